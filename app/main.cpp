@@ -1,0 +1,60 @@
+// Process entry: one instance only, the log, the window, then the message
+// loop until the window closes. SIGINT and SIGTERM close the window.
+#include "core/errors.h"
+#include "core/event_loop.h"
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/single_instance.h"
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+namespace {
+
+/// Signals only raise a flag; a watcher thread turns it into the close request.
+volatile std::sig_atomic_t closeSignal = 0;
+
+extern "C" void lf_onSignal(int) { closeSignal = 1; }
+
+void lf_watchSignals()
+{
+    std::thread([] {
+        for (;;) {
+            if (closeSignal) {
+                closeSignal = 0;
+                orv::gf_closeWindow();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }).detach();
+}
+
+} // namespace
+
+int main()
+{
+    using namespace orv;
+    if (!gf_acquireSingleInstance()) return -1;
+    try {
+        gf_openLog();
+    } catch (const SysErrorException& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
+    gf_setUserFolder();
+    // The window needs its position before the parameters are read.
+    gf_readWindowPosition(MAIN_WINDOW_X);
+    gf_readWindowPosition(MAIN_WINDOW_Y);
+    std::error_code failed;
+    std::filesystem::create_directories(userFolder, failed);
+    std::signal(SIGINT, lf_onSignal);
+    std::signal(SIGTERM, lf_onSignal);
+    lf_watchSignals();
+    gf_postWindowMessage(WindowMessage::start);
+    const int result = gf_runMessageLoop();
+    gf_releaseSingleInstance();
+    return result;
+}

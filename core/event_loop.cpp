@@ -1,0 +1,91 @@
+// The stand-in of the window's message loop, and the main thread it starts.
+#include "core/event_loop.h"
+
+#include "core/lifecycle.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/window_state.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace orv {
+
+namespace {
+
+// The host's message queue; it stands in for the system's, which blocks too.
+std::mutex queueMutex;
+std::condition_variable queueSignal;
+std::deque<std::pair<WindowMessage, int>> queue;
+std::atomic<int> mainThreads{0};
+int windowXAtStart = 0, windowYAtStart = 0;
+
+/// A position on a limit is a minimised window: keep the session's start value.
+void lf_saveWindowPosition()
+{
+    for (auto [parameter, atStart] : {std::pair{&MAIN_WINDOW_X, windowXAtStart}, std::pair{&MAIN_WINDOW_Y, windowYAtStart}}) {
+        if (parameter->value <= parameter->minimum || parameter->value >= parameter->maximum) parameter->value = atStart;
+        gf_save(*parameter);
+    }
+}
+
+void lf_finish()
+{
+    lf_saveWindowPosition();
+    gf_closeLog();
+    gf_postWindowMessage(WindowMessage::quit, 0);
+}
+
+} // namespace
+
+void gf_postWindowMessage(WindowMessage MESSAGE, int VALUE)
+{
+    {
+        std::lock_guard lock(queueMutex);
+        queue.emplace_back(MESSAGE, VALUE);
+    }
+    queueSignal.notify_one();
+}
+
+void gf_startMainThread()
+{
+    ++mainThreads;
+    std::thread([] {
+        try {
+            lf_startUpTAVO();
+        } catch (...) {
+            lf_reportException("lf_startUpTAVO");
+        }
+        --mainThreads;
+    }).detach();
+}
+
+int gf_mainThreadsRunning() { return mainThreads; }
+
+int gf_runMessageLoop()
+{
+    windowExists = true;
+    windowXAtStart = MAIN_WINDOW_X.value;
+    windowYAtStart = MAIN_WINDOW_Y.value;
+    for (;;) {
+        std::pair<WindowMessage, int> message;
+        {
+            std::unique_lock lock(queueMutex);
+            queueSignal.wait(lock, [] { return !queue.empty(); });
+            message = queue.front();
+            queue.pop_front();
+        }
+        switch (message.first) {
+        case WindowMessage::start: gf_startMainThread(); break;
+        case WindowMessage::finish: lf_finish(); break;
+        case WindowMessage::quit: windowExists = false; return message.second;
+        }
+    }
+}
+
+void gf_closeWindow() { gf_requestExit(USER_CLOSED_SIM, 0); }
+
+} // namespace orv

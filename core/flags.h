@@ -1,0 +1,53 @@
+// The flags, counters and locks shared between the program's threads.
+//
+// Threads: the window (event loop), main (start-up, mainLoop, the engine),
+// client (simulator session), two readers, the final exit, scan workers.
+//
+// Lock order: messageLock may be held while simLock is taken, never the other
+// way round. No other lock is ever held while taking another; logMutex may be
+// taken under statusMutex (a status line that is also logged).
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace orv {
+
+// --- atomic flags: written with an exchange, read anywhere ---------------------
+extern std::atomic<bool> simRunning;      ///< dispatch "Sim" event; a flight is running
+extern std::atomic<bool> secondDataReady; ///< dispatch, each SIM ON GROUND reply; lf_tick consumes
+extern std::atomic<bool> exitInProgress;  ///< gf_requestExit sets, FinalExit clears at its end
+extern std::atomic<bool> userClosed;      ///< FinalExit reason 4; every wait ends
+extern std::atomic<bool> readerFailed;    ///< a reader stopped for good; FinalExit clears
+extern std::atomic<bool> simNotConnected; ///< no simulator connection yet; starts true
+extern std::atomic<bool> removeAllStaticsRequested;
+extern std::atomic<bool> reReadParkAirportsRequested;
+extern std::atomic<bool> parkRefreshRequested;
+extern std::atomic<bool> parkRefreshRtOnly;
+extern std::atomic<bool> blockRequested;
+extern std::atomic<bool> objectIdLookupRequested;
+
+// --- plain flags: one writer thread each -------------------------------------
+extern std::atomic<bool> simRequestsOff; ///< third simulator request failure; cleared by lf_initSimQueues
+extern bool loopRunning;                 ///< guarded by linesLock: readers may hand lines over
+extern std::atomic<bool> flightStopped;  ///< main thread: "Flight not running" entered
+extern std::atomic<bool> restartPending; ///< FinalExit: this exit is a restart (reasons 2, 3)
+extern bool parkRefreshPhase;            ///< main thread: parked traffic asked for, adjust next
+extern std::atomic<bool> parkBusy;       ///< main thread: the parking refresh is running
+
+// --- counters ----------------------------------------------------------------
+extern std::int32_t tickCount;                 ///< main thread: seconds of this session
+extern std::atomic<std::int32_t> engineTick;   ///< main thread: 10 ms passes of the engine
+extern std::atomic<std::int32_t> statusClock;  ///< main thread: ticks since process start
+extern std::int32_t notRunningCountdown;       ///< main thread: passes in "Flight not running"
+extern std::atomic<std::uint64_t> nowDayHalf;  ///< day (1 Monday..7) low half, half hour high half
+extern unsigned hardwareThreads;               ///< start-up: worker count for the scans
+extern std::atomic<int> scanProgress;          ///< scans: files done, for the window
+
+// --- locks -------------------------------------------------------------------
+extern std::mutex simLock;     ///< simulator calls outside the dispatch, the send queues
+extern std::mutex messageLock; ///< simMessages, afterCreate
+extern std::mutex linesLock;   ///< incomingLines, loopRunning
+
+} // namespace orv

@@ -1,0 +1,59 @@
+// The program's spine: the start-up of a session, the wait for a running
+// flight, the main loop with its one-second tick, and the end of a session.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "traffic/act.h"
+
+namespace orv {
+
+/// Why a session ends. 2 and 3 restart inside the same process.
+enum ExitReason : std::int32_t {
+    NOT_YET_SET = 0,
+    SIM_WAS_CLOSED = 1,
+    RESTART = 2,
+    RESTART_IPP = 3,
+    USER_CLOSED_SIM = 4,
+    SYSTEM_ERROR = 5,
+};
+extern std::atomic<std::int32_t> exitReason;
+/// "NOT_YET_SET", "SIM WAS CLOSED", "RESTART", "RESTART_IPP", "USER CLOSED SIM", "SYSTEM ERROR".
+const char* gf_exitReasonName(std::int32_t REASON);
+
+/// Ends the session from any thread; the first request wins.
+void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS);
+/// The body of the detached exit thread.
+void FinalExit(int RESTART_SECONDS);
+void lf_restartCountdown(int SECONDS);
+/// A final exit is running on its own thread.
+bool gf_finalExitRunning();
+
+/// The body of the main thread, started by the window's `start`.
+void lf_startUpTAVO();
+void lf_prepareProgram();
+void lf_runSession();
+bool lf_waitForFlight();
+
+void mainLoop();
+/// One 10 ms pass; false ends mainLoop.
+bool lf_tick();
+void lf_secondWork();
+void lf_halfMinuteWork();
+void lf_flightNotRunning();
+void lf_applyParkAirports();
+DayHalf lf_dayHalfNow();
+DayHalf gf_dayHalfFromText(const std::string& UTC_TEXT);
+std::uint64_t gf_packDayHalf(DayHalf VALUE);
+
+/// Which slow work a tick runs; the multiple of 15 masks 16, 61 and 62.
+struct TickWork {
+    bool fifteen = false, thirty = false, sixteen = false, sixtyOne = false, sixtyTwo = false;
+};
+TickWork gf_tickWork(std::int32_t TICK);
+
+/// Inside a catch handler: rethrows, sorts the exception, reports it.
+void lf_reportException(const char* WHERE);
+
+} // namespace orv

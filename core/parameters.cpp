@@ -1,0 +1,300 @@
+// The settings' definitions and the file parameters.xml.
+#include "core/parameters.h"
+
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/text_files.h"
+
+#include <fmt/format.h>
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <mutex>
+#include <regex>
+#include <tuple>
+
+namespace orv {
+
+CheckBox MSFS_2020("MSFS_2020", true, "Install path:");
+TextParameter MSFS_INSTALL_PATH("MSFS_INSTALL_PATH", "");
+TextParameter MSFS_2024_INSTALL_PATH("MSFS_2024_INSTALL_PATH", "");
+TextBox ALL_INSTALL_PATH("ALL_INSTALL_PATH", "", "");
+TextParameter PROGRAM_INSTALL_PATH("PROGRAM_INSTALL_PATH", "");
+TextParameter PROGRAM_VERSION("PROGRAM_VERSION", "");
+TextParameter MYSIMADDON24_VERSION("MYSIMADDON24_VERSION", "");
+CheckBox SCAN_LIVERIES("SCAN_LIVERIES", true, "Scan for liveries");
+CheckBox LIG_AUTOMATIC("LIG_AUTOMATIC", true, "Automatic, selector:");
+IntBox AI_PACKAGE_ORDER("AI_PACKAGE_ORDER", 1, 1, 6, "");
+CheckBox LIG_PRIORITIZE("LIG_PRIORITIZE", false, "Prioritize");
+CheckBox SUPPRESS_STUB("SUPPRESS_STUB", true, "Stub");
+TextParameter lfolder[10] = {{"lfolder0", ""}, {"lfolder1", ""}, {"lfolder2", ""}, {"lfolder3", ""},
+                             {"lfolder4", ""}, {"lfolder5", ""}, {"lfolder6", ""}, {"lfolder7", ""},
+                             {"lfolder8", ""}, {"lfolder9", ""}};
+CheckBox SCAN_AIRPORTS("SCAN_AIRPORTS", true, "Scan for addon airports");
+CheckBox LOG("LOG", true, "Log");
+CheckBox ALWAYS_ON_TOP("ALWAYS_ON_TOP", false, "Stay on top");
+CheckBox NAV_LIGHTS_WHILE_PARKED("NAV_LIGHTS_WHILE_PARKED", true, "Nav lights");
+CheckBox LEARN_SOFT("LEARN_SOFT", true, "Learn Soft");
+IntBox MATCHING_DEPTH("MATCHING_DEPTH", 4, 1, 4, "Max aircraft matching depth");
+CheckBox LIGHT_AIRCRAFT("LIGHT_AIRCRAFT", true, "Light aircraft");
+CheckBox HELICOPTERS("HELICOPTERS", true, "Helicopters");
+CheckBox HIGH_PERF_AIRCRAFT("HIGH_PERF_AIRCRAFT", true, "FighterJets");
+CheckBox GUID_CHANGES("GUID_CHANGES", true, "GUID changes");
+CheckBox CALLSIGN_OBJECTIDS("CALLSIGN_OBJECTIDS", false, "objectids");
+IntBox LATERAL_RANGE("LATERAL_RANGE", 40, 2, 100, "radius:");
+CheckBox AUTO_RANGE("AUTO_RANGE", true, "auto range");
+IntBox AUTO_RANGE_ABOVE_HEIGHT("AUTO_RANGE_ABOVE_HEIGHT", 49000, 18000, 49000, "ah:");
+TextBox CALLSIGN_2_OBJECTID("CALLSIGN_2_OBJECTID", "", "oid:");
+TextBox BLOCK_CALLSIGN("BLOCK_CALLSIGN", "", "block:");
+CheckBox COLLISION_USER_GND("COLLISION_USER_GND", true, "User ground");
+CheckBox COLLISION_USER_AIR("COLLISION_USER_AIR", true, "User air");
+CheckBox COLLISION_LIVE_PARKED_GND("COLLISION_LIVE_PARKED_GND", false, "Live X parked");
+IntBox CUSTOM_MAX_PARK("CUSTOM_MAX_PARK", -1, -1, 500, "generic max park:");
+IntBox MAX_LIVE("MAX_LIVE", -1, -1, 300, "max live:");
+CheckBox STRAIGHT_PBS_ONLY("STRAIGHT_PBS_ONLY", false, "Straight push backs only");
+TextBox DESTINATION("DESTINATION", "", "destination:");
+IntBox AIRPORT_RANGE("AIRPORT_RANGE", 20, 8, 30, "range:");
+IntBox AIRPORT_HEIGHT("AIRPORT_HEIGHT", 18000, 2000, 45000, "height above gnd:");
+CheckBox PARK_FAKE("PARK_FAKE", false, "Fake");
+CheckBox WEEK("WEEK", false, "Week");
+CheckBox PARK_SOFT("PARK_SOFT", true, "Soft");
+IntBox parking_percentage("parking_percentage", 30, 0, 100, "wanted: ");
+IntParameter CUSTOM_PARKING_PERCENTAGE("CUSTOM_PARKING_PERCENTAGE", -1, -1, 100);
+CheckBox INITIAL_LOAD_ONLY("INITIAL_LOAD_ONLY", false, "ILO");
+FloatBox MAX_FIT_FL("MAX_FIT_FL", 24.0f, 0.5f, 24.0f, "Max fit:");
+IntParameter MAX_FIT("MAX_FIT", 47, 0, 47);
+CheckBox RT_PARKTRAFFIC_ONLY("RT_PARKTRAFFIC_ONLY", false, "PT only");
+IntBox TIME_SHIFT_DAYS("TIME_SHIFT_DAYS", 0, 0, 28, "day{}");
+IntBox TIME_SHIFT_HOURS("TIME_SHIFT_HOURS", 0, 0, 23, "hour{}");
+IntBox TIME_SHIFT_MINS("TIME_SHIFT_MINS", 0, 0, 59, "minute{}");
+CheckBox SIM_TIME("SIM_TIME", false, "Sim Time");
+CheckBox KEEP_SIM_TIME_PAR("KEEP_SIM_TIME_PAR", false, "Save");
+IntParameter MAIN_WINDOW_X("MAIN_WINDOW_X", 400, -30000, 30000);
+IntParameter MAIN_WINDOW_Y("MAIN_WINDOW_Y", 20, -30000, 30000);
+IntParameter LAST_EPOCH_TIME("LAST_EPOCH_TIME", 0, 0, 2147483647);
+IntParameter HOLDING_THRESHOLD_METERS("HOLDING_THRESHOLD_METERS", 250, 10, 4000);
+IntParameter MAX_HOLDING_MINUTES("MAX_HOLDING_MINUTES", 20, 1, 60);
+TextParameter RT_API_URL("RT_API_URL", "https://rtw.flyrealtraffic.com");
+TextParameter RT_LICENSE("RT_LICENSE", "");
+TextParameter DOWNLOAD_URL("DOWNLOAD_URL", "https://downloads.tavo-traffic.net/downloads/");
+Button UNBLOCK_BUTTON("Unblock"), REREAD_BUTTON("Re-read"), FLUSH_STATIC_BUTTON("Flush static");
+
+namespace {
+
+/// gf_save loads and writes the whole file: two saves must never overlap.
+/// A leaf lock: only logMutex is taken while holding it.
+std::mutex saveMutex;
+
+std::string lf_text(bool VALUE) { return VALUE ? "true" : "false"; }
+std::string lf_text(int VALUE) { return std::to_string(VALUE); }
+const std::string& lf_text(const std::string& VALUE) { return VALUE; }
+
+std::string lf_query(const std::string& NAME) { return "/parameters/parameter[@name='" + NAME + "']"; }
+
+template <typename T>
+void lf_saveValue(const ParameterOf<T>& PARAMETER)
+{
+    std::lock_guard lock(saveMutex);
+    const auto path = gf_parametersPath();
+    pugi::xml_document document;
+    document.load_file(path.c_str());
+    pugi::xml_node root = document.child("parameters");
+    if (!root) root = document.append_child("parameters");
+    pugi::xml_node entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
+    if (!entry) {
+        entry = root.append_child("parameter");
+        entry.append_attribute("name") = PARAMETER.name.c_str();
+    }
+    pugi::xml_attribute value = entry.attribute("value");
+    if (!value) value = entry.append_attribute("value");
+    value = lf_text(PARAMETER.value).c_str();
+    gf_log(fmt::format("{}={}", PARAMETER.name, lf_text(PARAMETER.value)));
+    if (!document.save_file(path.c_str(), "  ")) gf_log("saving xml did not work?");
+}
+
+void lf_take(BoolParameter& P, const char* VALUE) { P.value = gf_readBool(VALUE); }
+void lf_take(IntParameter& P, const char* VALUE) { P.value = gf_readInt(VALUE, P.minimum, P.maximum); }
+void lf_take(TextParameter& P, const char* VALUE) { P.value = VALUE; }
+
+template <typename T>
+void lf_addEntry(pugi::xml_node ROOT, const ParameterOf<T>& P)
+{
+    pugi::xml_node entry = ROOT.append_child("parameter");
+    const bool added = entry && entry.append_attribute("name").set_value(P.name.c_str()) &&
+                       entry.append_attribute("value").set_value(lf_text(P.value).c_str());
+    if (!added) gf_log(fmt::format("{}adding init xml parameter {} with {} failed!", "===> ", P.name, lf_text(P.value)));
+}
+
+bool lf_isFolderEntry(const std::string& NAME) { return NAME.starts_with("lfolder"); }
+
+/// Every parameter of every list, by kind, as a visitor over the lists.
+template <typename F>
+void lf_forEach(const ParameterLists& LISTS, F&& VISIT)
+{
+    for (auto* p : LISTS.bools) VISIT(*p);
+    for (auto* p : LISTS.checkBoxes) VISIT(static_cast<BoolParameter&>(*p));
+    for (auto* p : LISTS.ints) VISIT(*p);
+    for (auto* p : LISTS.intBoxes) VISIT(static_cast<IntParameter&>(*p));
+    for (auto* p : LISTS.texts) VISIT(*p);
+    for (auto* p : LISTS.textBoxes) VISIT(static_cast<TextParameter&>(*p));
+}
+
+void lf_writeDefaults(const ParameterLists& LISTS, const std::filesystem::path& PATH)
+{
+    gf_log(PATH.string() + " not found, default values taken:");
+    PROGRAM_VERSION.value = std::string(programVersionText);
+    pugi::xml_document document;
+    pugi::xml_node root = document.append_child("parameters");
+    lf_forEach(LISTS, [&](auto& P) {
+        if (lf_isFolderEntry(P.name)) return;
+        lf_addEntry(root, P);
+        gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
+    });
+    gf_saveXml(document, PATH);
+}
+
+void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
+{
+    gf_log(fmt::format("from \"{}\"", PATH.string()));
+    pugi::xml_node root = DOCUMENT.child("parameters");
+    if (!root) root = DOCUMENT.append_child("parameters");
+    lf_forEach(LISTS, [&](auto& P) {
+        pugi::xml_node entry = DOCUMENT.select_node(lf_query(P.name).c_str()).node();
+        if (lf_isFolderEntry(P.name)) {
+            if (!entry) return;
+            lf_take(P, entry.attribute("value").as_string());
+            if (lf_text(P.value).empty()) {
+                root.remove_child(entry);
+                gf_log("Parameter " + P.name + " removed");
+            }
+            return;
+        }
+        if (!entry) {
+            lf_addEntry(root, P);
+            return;
+        }
+        lf_take(P, entry.attribute("value").as_string());
+        gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
+    });
+    gf_saveXml(DOCUMENT, PATH);
+}
+
+} // namespace
+
+ParameterLists gf_parameterLists()
+{
+    ParameterLists lists;
+    lists.bools = {};
+    lists.checkBoxes = {&MSFS_2020, &SCAN_LIVERIES, &LIG_AUTOMATIC, &LIG_PRIORITIZE, &SUPPRESS_STUB,
+                        &SCAN_AIRPORTS, &LOG, &ALWAYS_ON_TOP, &NAV_LIGHTS_WHILE_PARKED, &LEARN_SOFT,
+                        &LIGHT_AIRCRAFT, &HELICOPTERS, &HIGH_PERF_AIRCRAFT, &GUID_CHANGES, &CALLSIGN_OBJECTIDS,
+                        &AUTO_RANGE, &COLLISION_USER_GND, &COLLISION_USER_AIR, &COLLISION_LIVE_PARKED_GND,
+                        &STRAIGHT_PBS_ONLY, &PARK_FAKE, &WEEK, &PARK_SOFT, &INITIAL_LOAD_ONLY,
+                        &RT_PARKTRAFFIC_ONLY, &SIM_TIME, &KEEP_SIM_TIME_PAR};
+    lists.ints = {&CUSTOM_PARKING_PERCENTAGE, &MAX_FIT, &MAIN_WINDOW_X, &MAIN_WINDOW_Y,
+                  &LAST_EPOCH_TIME, &HOLDING_THRESHOLD_METERS, &MAX_HOLDING_MINUTES};
+    lists.intBoxes = {&AI_PACKAGE_ORDER, &MATCHING_DEPTH, &LATERAL_RANGE, &AUTO_RANGE_ABOVE_HEIGHT,
+                      &CUSTOM_MAX_PARK, &MAX_LIVE, &AIRPORT_RANGE, &AIRPORT_HEIGHT,
+                      &TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS};
+    lists.texts = {&MSFS_INSTALL_PATH, &MSFS_2024_INSTALL_PATH, &PROGRAM_INSTALL_PATH, &PROGRAM_VERSION,
+                   &MYSIMADDON24_VERSION, &RT_API_URL, &RT_LICENSE, &DOWNLOAD_URL};
+    for (auto& folder : lfolder) lists.texts.push_back(&folder);
+    lists.textBoxes = {&BLOCK_CALLSIGN, &DESTINATION};
+    return lists;
+}
+
+std::filesystem::path gf_parametersPath() { return userFolder / "parameters.xml"; }
+
+bool gf_readBool(const char* VALUE)
+{
+    if (VALUE == nullptr) return false;
+    switch (VALUE[0]) {
+    case '1': case 't': case 'T': case 'y': case 'Y': return true;
+    default: return false;
+    }
+}
+
+int gf_readInt(const char* VALUE, int MINIMUM, int MAXIMUM)
+{
+    const int value = VALUE == nullptr ? 0 : std::atoi(VALUE);
+    return std::clamp(value, MINIMUM, MAXIMUM);
+}
+
+void lf_readParameters(const ParameterLists& LISTS)
+{
+    gf_log(gf_banner(70, "parameters", true));
+    const auto path = gf_parametersPath();
+    pugi::xml_document document;
+    {
+        std::lock_guard lock(saveMutex);
+        if (document.load_file(path.c_str()) && document.child("parameters"))
+            lf_readExisting(LISTS, document, path);
+        else
+            lf_writeDefaults(LISTS, path);
+    }
+    MAX_FIT_FL.value = gf_maxFitHours(MAX_FIT.value);
+    lf_versionUpdate();
+}
+
+void lf_versionUpdate()
+{
+    const std::string running(programVersionText);
+    if (PROGRAM_VERSION.value.empty()) {
+        PROGRAM_VERSION.value = running;
+        gf_save(PROGRAM_VERSION);
+        return;
+    }
+    static const std::regex pattern(R"((\d+).(\d+).(\d+))");
+    std::smatch parts;
+    std::tuple<int, int, int> old{0, 0, 0};
+    if (std::regex_search(PROGRAM_VERSION.value, parts, pattern))
+        old = {std::stoi(parts[1]), std::stoi(parts[2]), std::stoi(parts[3])};
+    const std::tuple<int, int, int> now{versionMajor, versionMinor, versionPatch};
+    if (old == now) return;
+    const std::string before = PROGRAM_VERSION.value;
+    PROGRAM_VERSION.value = running;
+    gf_save(PROGRAM_VERSION);
+    if (now < old) return;
+    gf_log(fmt::format("This is a version update from {} -> {}", before, running));
+    std::error_code ignored;
+    std::filesystem::remove("install_new_version.exe", ignored);
+    SCAN_LIVERIES.value = true;
+    SCAN_AIRPORTS.value = true;
+    gf_save(SCAN_LIVERIES);
+    gf_save(SCAN_AIRPORTS);
+}
+
+void gf_save(const BoolParameter& PARAMETER) { lf_saveValue(PARAMETER); }
+void gf_save(const IntParameter& PARAMETER) { lf_saveValue(PARAMETER); }
+void gf_save(const TextParameter& PARAMETER) { lf_saveValue(PARAMETER); }
+
+void gf_saveClamped(IntParameter& PARAMETER)
+{
+    PARAMETER.value = std::clamp(PARAMETER.value, PARAMETER.minimum, PARAMETER.maximum);
+    gf_save(PARAMETER);
+}
+
+int gf_readWindowPosition(IntParameter& PARAMETER)
+{
+    pugi::xml_document document;
+    int value = PARAMETER.defaultValue;
+    if (document.load_file(gf_parametersPath().c_str())) {
+        auto entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
+        if (entry) value = gf_readInt(entry.attribute("value").as_string(), PARAMETER.minimum, PARAMETER.maximum);
+    }
+    if (value <= PARAMETER.minimum || value >= PARAMETER.maximum) value = PARAMETER.defaultValue;
+    PARAMETER.value = value;
+    return value;
+}
+
+void gf_resetParameters()
+{
+    lf_forEach(gf_parameterLists(), [](auto& P) { P.value = P.defaultValue; });
+    ALL_INSTALL_PATH.value.clear();
+    CALLSIGN_2_OBJECTID.value.clear();
+    parking_percentage.value = parking_percentage.defaultValue;
+    MAX_FIT_FL.value = MAX_FIT_FL.defaultValue;
+}
+
+} // namespace orv

@@ -1,0 +1,50 @@
+// Small helpers for the program's text and XML files: older generations,
+// character encodings, line reading, writing, emptying folders.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pugi {
+class xml_document;
+}
+
+namespace orv {
+
+/// Keeps two generations: "<stem>0<ext>" becomes "<stem>00<ext>", the file
+/// becomes "<stem>0<ext>". A name without a point is left alone.
+void gf_keepOlderCopies(const std::filesystem::path& PATH);
+
+/// 1 UTF-16 LE, 2 UTF-16 BE, 3 UTF-8 with BOM, 0 anything else, 5 unreadable.
+int gf_detectEncoding(const std::filesystem::path& PATH);
+
+/// A text the file system or a wide-text API could not convert.
+class Utf8ConversionException : public std::runtime_error {
+public:
+    Utf8ConversionException(int CODE, const std::string& TEXT) : std::runtime_error(TEXT), code(CODE) {}
+    int code;
+};
+
+/// UTF-16 bytes (after the byte order mark, if any) to UTF-8. Unpaired
+/// surrogates throw Utf8ConversionException.
+std::string gf_utf16ToUtf8(std::string_view BYTES, bool BIG_ENDIAN_ORDER);
+std::wstring gf_utf8ToWide(std::string_view TEXT);
+std::string gf_wideToUtf8(std::wstring_view TEXT);
+
+/// Saves an XML document and logs the outcome; answers whether it worked.
+bool gf_saveXml(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH);
+
+/// The file's lines without line ends; nothing when unreadable or empty.
+std::optional<std::vector<std::string>> gf_readLines(const std::filesystem::path& PATH, size_t RESERVE = 0);
+/// Writes TEXT to a new file; throws SysErrorException 40 when it cannot.
+void gf_writeText(std::string_view TEXT, const std::filesystem::path& PATH, bool WITH_LINE_END);
+
+/// Removes every entry of a folder; entries that stay are logged.
+/// Throws UserErrorException 5 on any other failure.
+void gf_emptyFolder(const std::filesystem::path& PATH);
+
+} // namespace orv

@@ -1,0 +1,34 @@
+// What the rest of the program asks of the airports and parking: the park
+// airport near the user, static parked aircraft, the stand the user holds.
+#pragma once
+
+#include <string>
+
+namespace orv {
+
+/// Reads airports/my_park_airports.txt; a message for the status line, or empty.
+std::string lf_readParkAirports();
+/// Reads the airport database.
+void gf_readAirportDatabase();
+/// Chooses the park airport near the user (FIRST at the start of mainLoop).
+void gf_userAirportCheck(bool FIRST);
+/// A park airport is set and its stand table has stands.
+bool gf_parkAirportHasStands();
+/// Clears the stand reserved for the user aircraft of parked aircraft.
+void lf_clearReservedStand();
+/// The second phase of the parking refresh.
+void gf_adjustParking(bool RT_ONLY);
+/// A stand is reserved for the user aircraft.
+bool gf_userStandReserved();
+/// Static parking runs at the park airport.
+bool gf_staticParkingActive();
+/// Removes every static parked aircraft.
+void gf_removeAllStatics();
+/// Saves what was learned at the park airport.
+void gf_saveLearnedChanges();
+/// Forgets the airport names waiting for their stand files.
+void gf_clearWaitingAirports();
+/// Looks DESTINATION up in the airport database and applies it when known.
+void gf_applyStoredDestination();
+
+} // namespace orv

@@ -1,0 +1,62 @@
+// The engine's steps that belong to motion, phases, identity and creation.
+// Each is called from the engine's pass or its message handling.
+#pragma once
+
+#include "traffic/act.h"
+
+namespace orv {
+
+/// Motion of an active record for this pass (its leg, its position).
+void lf_moveAct(act& RECORD);
+/// A waiting record: is it time to create it, and can it be made?
+void lf_updateWaiting(act& RECORD);
+/// A new point at the end of the track.
+void lf_addTrackPoint(act& RECORD, const TrackPoint& POINT);
+/// Callsign changes, doubles and ghosts; false drops the line.
+bool lf_identityUpdate(const TrafficLine& LINE, act& RECORD);
+/// The simulator made the object: gear, flight plan, release, freeze. False: failed.
+bool lf_objectCreated(act& RECORD, std::uint32_t OBJECT_ID);
+/// The simulator refused the object.
+void lf_createFailed(act& RECORD);
+/// The ground was reported under a landing aircraft.
+void lf_touchdown(act& RECORD);
+/// The lights of an aircraft that has just settled.
+void lf_lightsAfterCreate(act& RECORD);
+/// Enters a record that has a flight plan in liveCreateQueue.
+void lf_queueCreateRequest(act& RECORD);
+/// The elevation of the park airport in feet, when one is set.
+std::optional<double> gf_parkAirportElevation();
+/// The name of a stand for the log; empty without one.
+std::string gf_standName(std::int32_t STAND_ID);
+/// Deletes a record's flight plan file.
+void gf_deleteFlightPlanFile(const act& RECORD);
+/// Takes the next static candidate's create request, when any waits.
+void gf_continueStaticCreation();
+
+
+// --- the once-a-second work on the lists ------------------------------------
+/// The once-only stand learning of a live aircraft that was created, landed or parked.
+void lf_learnOnce(act& RECORD);
+/// Removes the first static aircraft that this live one claims (same callsign).
+void lf_removeClaimedStatic(act& RECORD);
+/// Collision checks with the user aircraft on the ground.
+void lf_collisionUserGround();
+/// Collision check of one live aircraft with the user aircraft in the air; true stops the walk.
+bool lf_collisionUserAir(act& RECORD);
+/// Live aircraft on the ground against static aircraft.
+void lf_collisionLiveParked();
+/// A live aircraft against the static aircraft (each 61 seconds).
+void lf_checkAgainstStatics(act& RECORD);
+/// Writes Callsign2ObjectId.txt.
+void gf_writeCallsignObjectIds();
+/// The window's object id lookup of CALLSIGN_2_OBJECTID.
+void gf_objectIdLookup();
+/// The set of recent removals that the window keeps, emptied each 30 seconds.
+void gf_clearRecentRemovals();
+/// The unmatched-livery report, and the table of unmatched flights.
+void gf_writeUnmatchedReport();
+void gf_clearUnmatchedFlights();
+/// Removes the flight plan folder with its files.
+void gf_removeFlightPlanFolder();
+
+} // namespace orv
