@@ -1,19 +1,170 @@
 // The log, the message area and the text helpers.
 #include "core/errors.h"
+#include "core/flags.h"
 #include "core/log.h"
 #include "core/text_files.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+#include <regex>
 
 namespace orv {
 namespace {
+
+using test::readFile;
+using test::TempDir;
+using test::writeFile;
+
+/// Opens a log in the current folder for one test and closes it again.
+struct LogSession {
+    LogSession() { gf_openLog("Log.txt"); }
+    ~LogSession()
+    {
+        std::lock_guard lock(logMutex);
+        logStream.close();
+    }
+};
 
 TEST(Errors, UserErrorShowsCodeExceptNinetyNine)
 {
     EXPECT_STREQ(UserErrorException(41, "x").what(), "41: x");
     EXPECT_STREQ(UserErrorException(99, "New version").what(), "New version");
     EXPECT_STREQ(SysErrorException(40, "Failed").what(), "sys error 40: Failed");
+}
+
+TEST(Log, HeadLineNamesVersionAndSimulators)
+{
+    TempDir dir;
+    {
+        LogSession log;
+    }
+    const std::string text = readFile("Log.txt");
+    const std::regex head(R"(^\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d \d{4} \(utc\) TAVO version 10\.9\.3 for MSFS 2020/2024\n$)");
+    EXPECT_TRUE(std::regex_match(text, head)) << text;
+}
+
+TEST(Log, ThirdStartFindsFirstLogInLog00)
+{
+    TempDir dir;
+    std::string first;
+    for (int start = 1; start <= 3; ++start) {
+        LogSession log;
+        gf_log("start " + std::to_string(start));
+        if (start == 1) first = readFile("Log.txt");
+    }
+    EXPECT_EQ(readFile("Log00.txt"), first);
+    EXPECT_NE(readFile("Log0.txt").find("start 2"), std::string::npos);
+    EXPECT_NE(readFile("Log.txt").find("start 3"), std::string::npos);
+}
+
+TEST(Log, UnwritableLogIsSystemError40)
+{
+    TempDir dir;
+    try {
+        gf_openLog("no-such-folder/Log.txt");
+        FAIL() << "expected error 40";
+    } catch (const SysErrorException& e) {
+        EXPECT_EQ(e.code, 40);
+        EXPECT_STREQ(e.what(), "sys error 40: Failed to write file no-such-folder/Log.txt");
+    }
+}
+
+TEST(MessageArea, StatusNeverReplacesErrorAndEmptyStatusIsNotLogged)
+{
+    TempDir dir;
+    LogSession log;
+    gf_clearError();
+    gf_showStatus("first status", true);
+    EXPECT_EQ(statusText, "first status");
+    EXPECT_GE(statusStamp, 1);
+    gf_showError("41: broken");
+    EXPECT_TRUE(statusText.empty());
+    gf_showStatus("dropped status", true);
+    EXPECT_TRUE(statusText.empty());
+    EXPECT_EQ(errorText, "41: broken");
+    gf_clearError();
+    gf_showStatus("", true);
+    EXPECT_EQ(statusStamp, 0);
+    const std::string text = readFile("Log.txt");
+    EXPECT_NE(text.find("first status\n"), std::string::npos);
+    EXPECT_NE(text.find("Error 41: broken\n"), std::string::npos);
+    EXPECT_EQ(text.find("dropped status"), std::string::npos);
+    EXPECT_EQ(text.find("\n\n"), std::string::npos) << "an empty status wrote an empty line";
+}
+
+TEST(Texts, BannerAndUtcText)
+{
+    EXPECT_EQ(gf_banner(70, "parameters"), std::string(34, '*') + " parameters " + std::string(34, '*'));
+    EXPECT_EQ(gf_banner(10, ""), std::string(10, '*'));
+    EXPECT_EQ(gf_banner(4, "x", true), "\n* x *");
+    EXPECT_EQ(gf_utcText(0), "Thu Jan  1 00:00:00 1970");
+    EXPECT_EQ(gf_utcText(1700000000), "Tue Nov 14 22:13:20 2023");
+    EXPECT_EQ(gf_timeOfDay().size(), 8u);
+}
+
+TEST(Encoding, DetectedFromTheFirstTwoBytes)
+{
+    TempDir dir;
+    struct Case {
+        std::string bytes;
+        int expected;
+    } cases[] = {
+        {"\xFF\xFE" "a\0", 1}, {"\xFE\xFF\0a", 2}, {"\xEF\xBB\xBF[fltsim.0]", 3}, {"[fltsim.0]", 0}, {"", 0}, {"x", 0},
+    };
+    for (const Case& c : cases) {
+        writeFile("file.cfg", c.bytes);
+        EXPECT_EQ(gf_detectEncoding("file.cfg"), c.expected) << "bytes of size " << c.bytes.size();
+    }
+    EXPECT_EQ(gf_detectEncoding("missing.cfg"), 5);
+}
+
+TEST(Encoding, Utf16BothOrdersWithSurrogatesToUtf8)
+{
+    // "é€𝄞" as UTF-16: U+00E9, U+20AC, U+1D11E (a surrogate pair).
+    const std::string little("\xFF\xFE\xE9\x00\xAC\x20\x34\xD8\x1E\xDD", 10);
+    const std::string big("\xFE\xFF\x00\xE9\x20\xAC\xD8\x34\xDD\x1E", 10);
+    const std::string expected = "\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E";
+    EXPECT_EQ(gf_utf16ToUtf8(little, false), expected);
+    EXPECT_EQ(gf_utf16ToUtf8(big, true), expected);
+    EXPECT_THROW(gf_utf16ToUtf8(std::string("\x34\xD8\x41\x00", 4), false), Utf8ConversionException);
+    EXPECT_EQ(gf_wideToUtf8(gf_utf8ToWide(expected)), expected);
+    EXPECT_THROW(gf_utf8ToWide("\xC3"), Utf8ConversionException);
+}
+
+TEST(TextFiles, ReadLinesDropsLineEndsAndAnswersNothingForEmpty)
+{
+    TempDir dir;
+    writeFile("a.txt", "one\r\ntwo\nthree");
+    const auto lines = gf_readLines("a.txt");
+    ASSERT_TRUE(lines);
+    EXPECT_EQ(*lines, (std::vector<std::string>{"one", "two", "three"}));
+    writeFile("empty.txt", "");
+    EXPECT_FALSE(gf_readLines("empty.txt"));
+    EXPECT_FALSE(gf_readLines("missing.txt"));
+}
+
+TEST(TextFiles, EmptyFolderRemovesEntriesAndIgnoresMissingFolder)
+{
+    TempDir dir;
+    writeFile("f/a.txt", "a");
+    writeFile("f/sub/b.txt", "b");
+    gf_emptyFolder("f");
+    EXPECT_TRUE(std::filesystem::is_directory("f"));
+    EXPECT_TRUE(std::filesystem::is_empty("f"));
+    EXPECT_NO_THROW(gf_emptyFolder("not-there"));
+}
+
+TEST(TextFiles, KeepOlderCopiesLeavesNamesWithoutPointAlone)
+{
+    TempDir dir;
+    writeFile("README", "x");
+    gf_keepOlderCopies("README");
+    EXPECT_FALSE(std::filesystem::exists("README0"));
+    writeFile("a.xml", "1");
+    gf_keepOlderCopies("a.xml");
+    EXPECT_EQ(readFile("a0.xml"), "1");
 }
 
 } // namespace
