@@ -1,0 +1,59 @@
+// The two reference documents, fetched zipped at each start and unpacked to
+// the path their reader gives.
+#include "updates/downloads.h"
+#include "updates/zip_archive.h"
+
+#include "core/log.h"
+
+#include <curl/curl.h>
+#include <fmt/format.h>
+
+#include <fstream>
+#include <system_error>
+
+namespace orv {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool lf_fetchDocument(std::string_view WORD, const fs::path& TARGET)
+{
+    const fs::path local = fmt::format("{}.zip", WORD);
+    bool fetched = false;
+    CURL* handle = curl_easy_init();
+    std::error_code ignored;
+    if (!gf_downloadFile(handle, gf_downloadBase() + local.string(), local, true)) {
+        gf_log(fmt::format("downloading {} failed?", WORD));
+    } else {
+        ZipArchive archive(local.string(), "", ZipArchive::Encryption::None);
+        if (!archive.open(ZipArchive::ReadOnly, false)) {
+            fs::remove(TARGET, ignored);
+            gf_log(fmt::format("unzipping {} failed?", WORD));
+        } else {
+            // With more than one entry the last one stands.
+            for (const auto& entry : archive.getEntries()) {
+                if (entry.isDirectory()) continue;
+                if (const auto why = gf_entryRefusal(entry); !why.empty()) {
+                    gf_log(fmt::format("! archive entry \"{}\" of {} refused: it {}", entry.name, local.string(), why));
+                    continue;
+                }
+                std::ofstream out(TARGET, std::ios::binary | std::ios::trunc);
+                out << archive.readAsText(entry);
+            }
+            archive.close();
+            fetched = true;
+        }
+    }
+    fs::remove(local, ignored);
+    if (handle) curl_easy_cleanup(handle);
+    return fetched;
+}
+
+} // namespace
+
+bool gf_fetchAigRegcodes(const fs::path& TARGET) { return lf_fetchDocument("AIG-regcodes", TARGET); }
+
+bool gf_fetchDbase(const fs::path& TARGET) { return lf_fetchDocument("dbase", TARGET); }
+
+} // namespace orv
