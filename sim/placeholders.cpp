@@ -4,6 +4,7 @@
 #include "sim/sim_link.h"
 
 #include "core/flags.h"
+#include "traffic/act.h"
 
 namespace orv {
 
@@ -30,5 +31,21 @@ namespace orv {
 bool gf_allLightsToggle(std::uint32_t) { return true; }
 void gf_queueCreate(const CreateRequest&) {}
 void gf_handOverPositions() {}
+
+} // namespace orv
+
+namespace orv {
+
+void gf_appendPosition(const PositionUpdate&) {}
+void gf_setLights(std::uint32_t, const LightSet&) {}
+void gf_setCabinLight(std::uint32_t, bool) {}
+void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX) { RECORD.throttleSetting = INDEX; }
+void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX)
+{
+    if (RECORD.classId != 5) RECORD.flapsSetting = INDEX;
+}
+void gf_setGear(const ActCore&, bool) {}
+void gf_queueEvent(std::uint32_t, std::uint32_t, std::uint32_t) {}
+void gf_setControls(std::uint32_t, double, double, double) {}
 
 } // namespace orv

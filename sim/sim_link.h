@@ -69,3 +69,59 @@ void gf_queueCreate(const CreateRequest& REQUEST);
 void gf_handOverPositions();
 
 } // namespace orv
+
+namespace orv {
+
+struct ActCore;
+
+/// One aircraft's pose for the simulator: the eight doubles of the position
+/// definition in their order (the 64-byte data block), then the object.
+struct PositionUpdate {
+    double lat = 0, lon = 0;                  ///< degrees
+    double pitch = 0, bank = 0, heading = 0;  ///< radians; negative pitch is nose up
+    double altitudeFt = 0;
+    double verticalSpeedFps = 0;
+    double airspeedKt = 0;
+    std::uint32_t objectId = 0;
+};
+
+/// The client events that the engine sends, by their mapped ids.
+enum SimEventId : std::uint32_t {
+    eventGearSet = 219,
+    eventEngineAutoStart = 220,
+    eventEngineAutoShutdown = 221,
+    eventThrottleSet = 222,
+    eventFlapsSet = 217,
+    eventSpoilersSet = 218,
+    eventNavLightsSet = 207,
+    eventBeaconLightsSet = 206,
+    eventLandingLightsSet = 210,
+    eventTaxiLightsSet = 208,
+    eventStrobesSet = 209,
+    eventLogoLightsSet = 212,
+    eventCabinLightsSet = 211,
+};
+
+/// Seven 0/1 light values in the order nav, beacon, landing, taxi, strobes, logo, cabin.
+struct LightSet {
+    std::uint8_t nav = 0, beacon = 0, landing = 0, taxi = 0, strobes = 0, logo = 0, cabin = 0;
+};
+
+/// Main thread, no lock (the engine is the only writer): appends a pose to this pass's list.
+void gf_appendPosition(const PositionUpdate& UPDATE);
+/// Queues the seven light events in their order; takes simLock.
+void gf_setLights(std::uint32_t OBJECT_ID, const LightSet& LIGHTS);
+/// Queues CABIN_LIGHTS_SET; takes simLock.
+void gf_setCabinLight(std::uint32_t OBJECT_ID, bool ON);
+/// THROTTLE_SET by index 0..4 when it differs from the record's; index 5 sends nothing. Records the index.
+void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX);
+/// FLAPS_SET by index 0..4 when it differs, never for a helicopter. Records the index.
+void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX);
+/// GEAR_SET, never for a helicopter.
+void gf_setGear(const ActCore& RECORD, bool DOWN);
+/// Queues any other client event; the caller holds simLock.
+void gf_queueEvent(std::uint32_t OBJECT_ID, std::uint32_t EVENT_ID, std::uint32_t DATA);
+/// Spoiler handle and both throttle levers in percent, written at once (under simLock).
+void gf_setControls(std::uint32_t OBJECT_ID, double SPOILERS, double THROTTLE1, double THROTTLE2);
+
+} // namespace orv

@@ -9,6 +9,7 @@
 #include "core/sim_messages.h"
 #include "feed/traffic_line.h"
 #include "sim/sim_link.h"
+#include "traffic/track_queue.h"
 
 #include <cmath>
 #include <cstdint>
@@ -86,7 +87,7 @@ struct act : ActCore {
     double altitude = 0;                      ///< feet
     double verticalSpeedFps = 0;              ///< feet per second, sent to the simulator
     double speedOut = 0;                      ///< knots, sent to the simulator
-    std::deque<TrackPoint> track;             ///< front: just been; next: going; at most 200
+    TrackQueue track;                         ///< front: just been; next: going; at most 200
     double lastTimestamp = 0;                 ///< timestamp of the last accepted line
     LatLon lastCheckedPos;
     double atStandSince = 0;                  ///< clock time, seconds
