@@ -65,8 +65,6 @@ void lf_categoryReport(ModelCategory CATEGORY);
 void lf_genericReport();
 /// A list of models as the log shows it: 20 to a line, two blanks in front.
 std::vector<std::string> gf_modelListLines(const std::vector<std::string>& MODELS);
-/// The live traffic matching summary (each 86,400th tick and at exit).
-void gf_matchingSummary();
 
 /// Where the stored catalogue lives.
 std::filesystem::path gf_scannedPath();
