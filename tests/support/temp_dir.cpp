@@ -52,7 +52,8 @@ std::string readFile(const fs::path& PATH)
 fs::path buildDir()
 {
     const char* set = std::getenv("TAVO_BUILD_DIR");
-    return set != nullptr ? fs::path(set) : fs::current_path();
+    // Outside ctest: the test programs lie in the build folder itself.
+    return set != nullptr ? fs::path(set) : fs::read_symlink("/proc/self/exe").parent_path();
 }
 
 } // namespace orv::test
