@@ -1,0 +1,125 @@
+// The client's mechanics: libcurl's global state, the shape every request
+// shares (a fresh easy handle, a form body, the answer gathered in content),
+// the session identifier and the reader's hold.
+#include "feed/rt_client.h"
+
+#include <chrono>
+#include <thread>
+
+#include <fmt/format.h>
+
+#include "core/log.h"
+#include "feed/request_shape.h"
+
+namespace orv {
+
+namespace {
+
+std::mutex curlGlobalLock;
+int curlClients = 0; ///< guarded by curlGlobalLock
+
+constexpr std::int32_t holdSliceMs = 50;
+constexpr std::size_t trafficContentReserve = 16384;
+
+/// Cleans the easy handle up however the request ends.
+struct HandleGuard {
+    RtClient& client;
+    ~HandleGuard()
+    {
+        if (client.curlHandle != nullptr) curl_easy_cleanup(client.curlHandle);
+        client.curlHandle = nullptr;
+    }
+};
+
+} // namespace
+
+RtClient::RtClient()
+{
+    std::lock_guard lock(curlGlobalLock);
+    if (curlClients++ == 0) curl_global_init(CURL_GLOBAL_ALL);
+    content.reserve(trafficContentReserve);
+}
+
+RtClient::~RtClient()
+{
+    std::lock_guard lock(curlGlobalLock);
+    if (--curlClients == 0) curl_global_cleanup();
+}
+
+std::string gf_guidOf(const RtClient& CLIENT)
+{
+    std::lock_guard lock(CLIENT.guidLock);
+    return CLIENT.guid;
+}
+
+void gf_setGuid(RtClient& CLIENT, const std::string& GUID)
+{
+    std::lock_guard lock(CLIENT.guidLock);
+    CLIENT.guid = GUID;
+}
+
+std::size_t callbackwriter(char* DATA, std::size_t SIZE, std::size_t COUNT, void* TARGET)
+{
+    if (TARGET == nullptr) return 0;
+    try {
+        static_cast<std::string*>(TARGET)->append(DATA, SIZE * COUNT);
+    } catch (const std::exception& e) {
+        gf_log(fmt::format("{} in callbackwriter with {} and {}", e.what(), SIZE, COUNT));
+    }
+    return SIZE * COUNT;
+}
+
+std::int32_t gf_answerStatus(const nlohmann::json& ANSWER)
+{
+    return gf_answerInt(ANSWER, "status", statusNoNumber);
+}
+
+std::int32_t gf_answerInt(const nlohmann::json& ANSWER, const char* KEY, std::int32_t FALLBACK)
+{
+    if (!ANSWER.is_object()) return FALLBACK;
+    const auto it = ANSWER.find(KEY);
+    if (it == ANSWER.end() || !it->is_number()) return FALLBACK;
+    return it->is_number_float() ? static_cast<std::int32_t>(it->get<double>()) : it->get<std::int32_t>();
+}
+
+std::string gf_answerText(const nlohmann::json& ANSWER, const char* KEY, const std::string& FALLBACK)
+{
+    if (!ANSWER.is_object()) return FALLBACK;
+    const auto it = ANSWER.find(KEY);
+    return it != ANSWER.end() && it->is_string() ? it->get<std::string>() : FALLBACK;
+}
+
+void gf_holdReader(RtClient& CLIENT, std::int32_t MS)
+{
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(MS);
+    while (!CLIENT.stopRequested) {
+        const auto left = until - std::chrono::steady_clock::now();
+        if (left <= std::chrono::milliseconds(0)) return;
+        std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(left, std::chrono::milliseconds(holdSliceMs)));
+    }
+}
+
+bool gf_postForm(RtClient& CLIENT, const RequestShape& SHAPE, const std::string& BODY)
+{
+    CLIENT.content.clear();
+    CLIENT.curlHandle = curl_easy_init();
+    if (CLIENT.curlHandle == nullptr) {
+        gf_log("curl init error ?");
+        return false;
+    }
+    HandleGuard guard{CLIENT};
+    const std::string url = CLIENT.baseUrl + SHAPE.path;
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_ACCEPT_ENCODING, "deflate,gzip");
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_POSTFIELDS, BODY.c_str());
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_WRITEDATA, &CLIENT.content);
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_WRITEFUNCTION, callbackwriter);
+    const CURLcode code = curl_easy_perform(CLIENT.curlHandle);
+    if (code != CURLE_OK) {
+        gf_log(fmt::format(fmt::runtime(SHAPE.curlFailure), gf_timeOfDay(), curl_easy_strerror(code)));
+        return false;
+    }
+    return true;
+}
+
+} // namespace orv
