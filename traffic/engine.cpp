@@ -7,6 +7,7 @@
 #include "core/parameters.h"
 #include "sim/sim_link.h"
 #include "traffic/engine_parts.h"
+#include "traffic/geometry.h"
 
 #include <fmt/format.h>
 
@@ -31,9 +32,35 @@ namespace {
 constexpr std::uint32_t firstLiveId = 10000; ///< ids above this are hexids of live records
 constexpr std::int32_t lightsToggleFirst = 50, lightsToggleSecond = 100, settledCount = 200;
 constexpr double staticCgLowFt = 1.0, staticCgHighFt = 35.0;
-constexpr double degToRad = 3.14159265358979323846 / 180.0;
 
 std::vector<SimMessage> messagesNow; ///< main thread: the messages of this pass
+
+/// The by-type replies bring one ground report per aircraft in range each
+/// 200 ms; a scan of liveList for each would grow with the square of the
+/// list. One sorted index per pass serves them all while no other message
+/// changes the list.
+struct ObjectIndexEntry {
+    std::uint32_t objectId;
+    act* record;
+};
+std::vector<ObjectIndexEntry> objectIndex;
+bool objectIndexValid = false;
+constexpr std::size_t indexFromReports = 4; ///< fewer reports are cheaper to scan for
+
+act* lf_findForReport(std::uint32_t OBJECT_ID)
+{
+    if (!objectIndexValid) {
+        objectIndex.clear();
+        for (act& record : liveList)
+            if (record.objectId != 0) objectIndex.push_back({record.objectId, &record});
+        std::sort(objectIndex.begin(), objectIndex.end(),
+                  [](const ObjectIndexEntry& A, const ObjectIndexEntry& B) { return A.objectId < B.objectId; });
+        objectIndexValid = true;
+    }
+    auto it = std::lower_bound(objectIndex.begin(), objectIndex.end(), OBJECT_ID,
+                               [](const ObjectIndexEntry& E, std::uint32_t ID) { return E.objectId < ID; });
+    return it != objectIndex.end() && it->objectId == OBJECT_ID ? it->record : nullptr;
+}
 
 StaticAct* lf_findStatic(auto PREDICATE)
 {
@@ -59,9 +86,9 @@ void lf_objectGone(std::uint32_t OBJECT_ID)
     std::erase_if(staticList, [&](const StaticAct& s) { return s.objectId == OBJECT_ID; });
 }
 
-void lf_groundData(const SimMessage& MESSAGE)
+void lf_groundData(const SimMessage& MESSAGE, bool INDEXED)
 {
-    act* record = gf_findActByObject(MESSAGE.objectId);
+    act* record = INDEXED ? lf_findForReport(MESSAGE.objectId) : gf_findActByObject(MESSAGE.objectId);
     if (record == nullptr) return;
     if (MESSAGE.id == 1 && !record->onGround && record->slots <= 1) lf_touchdown(*record);
     record->agl = MESSAGE.value2;
@@ -91,8 +118,9 @@ void lf_block(std::uint32_t HEXID)
     }
 }
 
-void lf_runMessage(const SimMessage& MESSAGE)
+void lf_runMessage(const SimMessage& MESSAGE, bool INDEXED)
 {
+    if (MESSAGE.kind != MessageKind::groundData) objectIndexValid = false; // the list or its ids may change
     switch (MESSAGE.kind) {
     case MessageKind::liveCreated:
         if (act* record = gf_findAct(MESSAGE.id); record != nullptr && lf_objectCreated(*record, MESSAGE.objectId))
@@ -100,7 +128,7 @@ void lf_runMessage(const SimMessage& MESSAGE)
         break;
     case MessageKind::staticCreated: afterCreate.push_back({MESSAGE, 0}); break;
     case MessageKind::removed: lf_objectGone(MESSAGE.objectId); break;
-    case MessageKind::groundData: lf_groundData(MESSAGE); break;
+    case MessageKind::groundData: lf_groundData(MESSAGE, INDEXED); break;
     case MessageKind::staticData:
         if (act* record = gf_findActByObject(MESSAGE.objectId))
             lf_staticData(MESSAGE, *record);
@@ -139,6 +167,8 @@ void lf_liveSettling(const AfterCreateEntry& ENTRY)
         return;
     }
     if (ENTRY.count != settledCount) return;
+    // A record removed while it settled stays removing: its object is already asked to go.
+    if (record->state != ActState::creating) return;
     lf_lightsAfterCreate(*record);
     record->state = ActState::active;
     if (record->removeWhenCreated) gf_removeAct(*record);
@@ -209,8 +239,12 @@ act* gf_findActByObject(std::uint32_t OBJECT_ID)
 void lf_drainMessages()
 {
     gf_takeMessages(messagesNow);
+    const std::size_t reports = static_cast<std::size_t>(std::count_if(
+        messagesNow.begin(), messagesNow.end(), [](const SimMessage& m) { return m.kind == MessageKind::groundData; }));
+    objectIndexValid = false;
     std::lock_guard lock(messageLock);
-    for (const SimMessage& message : messagesNow) lf_runMessage(message);
+    for (const SimMessage& message : messagesNow) lf_runMessage(message, reports >= indexFromReports);
+    objectIndexValid = false;
     lf_countAfterCreate();
 }
 
@@ -251,6 +285,12 @@ void gf_removeAct(ActCore& RECORD)
         RECORD.eraseNow = true;
         return;
     }
+    if (RECORD.state == ActState::creating && RECORD.objectId == 0) {
+        // No object to name yet: a removal now would leave the object, when it
+        // comes, in the simulator for good. It goes as soon as it has settled.
+        RECORD.removeWhenCreated = true;
+        return;
+    }
     RECORD.standId = 0;
     RECORD.state = ActState::removing;
     if (!CALLSIGN_2_OBJECTID.value.empty() && CALLSIGN_2_OBJECTID.value == RECORD.callsign)
@@ -276,11 +316,9 @@ void lf_reserveEngine()
 void lf_removeAllLive()
 {
     for (act& record : liveList) {
-        if (record.state == ActState::creating && record.objectId == 0)
-            record.removeWhenCreated = true; // its object is not there yet: remove it on arrival
-        else if (record.state == ActState::active || record.state == ActState::creating ||
-                 record.state == ActState::recreating)
-            gf_removeAct(record);
+        if (record.state == ActState::active || record.state == ActState::creating ||
+            record.state == ActState::recreating)
+            gf_removeAct(record); // one still without its object is removed when it arrives
     }
 }
 

@@ -1,20 +1,15 @@
-// The engine's steps of motion, phases, identity and creation, kept as named
-// calls until those parts are in. Without them a record is accepted and kept
-// waiting, and is never created.
+// The engine's steps of identity, creation and the work on the lists, kept as
+// named calls until those parts are in. Without them a record is accepted and
+// kept waiting, and is never created.
 #include "traffic/engine_parts.h"
 
 namespace orv {
 
-void lf_moveAct(act&) {}
 void lf_updateWaiting(act&) {}
 bool lf_identityUpdate(const TrafficLine&, act&) { return true; }
 bool lf_objectCreated(act&, std::uint32_t) { return false; }
 void lf_createFailed(act&) {}
-void lf_touchdown(act&) {}
-void lf_lightsAfterCreate(act&) {}
 void lf_queueCreateRequest(act&) {}
-std::optional<double> gf_parkAirportElevation() { return std::nullopt; }
-std::string gf_standName(std::int32_t) { return {}; }
 void gf_deleteFlightPlanFile(const act&) {}
 void gf_continueStaticCreation() {}
 void lf_learnOnce(act&) {}
@@ -29,11 +24,5 @@ void gf_clearRecentRemovals() {}
 void gf_writeUnmatchedReport() {}
 void gf_clearUnmatchedFlights() {}
 void gf_removeFlightPlanFolder() {}
-
-void lf_addTrackPoint(act& RECORD, const TrackPoint& POINT)
-{
-    // Until the track logic is in, a point is simply appended in order.
-    RECORD.track.push_back(POINT);
-}
 
 } // namespace orv

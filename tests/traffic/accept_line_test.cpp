@@ -84,6 +84,7 @@ TEST_F(AcceptLineTest, DropRulesForGapsAndSlowStraightPoints)
     for (const Case& c : cases) {
         lf_clearEngine();
         act& record = addRecord(40003, ActState::active, line(40003, 100, c.lastSpeed, c.lastAlt));
+        record.onGround = c.lastAlt == 0; // the track refuses a standing point of an aircraft in the air
         TrafficLine next = line(40003, c.time, c.speed, c.alt);
         next.point.track = c.track;
         lf_acceptLine(next);
