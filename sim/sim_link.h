@@ -61,7 +61,7 @@ struct CreateRequest {
 /// The engine's create queues: one request leaves each 500 ms, live first.
 extern std::deque<CreateRequest> liveCreateQueue, staticCreateQueue;
 
-/// Queues the client event ALL_LIGHTS_TOGGLE for an object; false when refused.
+/// Sends the client event ALL_LIGHTS_TOGGLE to an object at once (under simLock); false when refused.
 bool gf_allLightsToggle(std::uint32_t OBJECT_ID);
 /// Queues a create request for the next Frame (under simLock).
 void gf_queueCreate(const CreateRequest& REQUEST);
@@ -123,5 +123,42 @@ void gf_setGear(const ActCore& RECORD, bool DOWN);
 void gf_queueEvent(std::uint32_t OBJECT_ID, std::uint32_t EVENT_ID, std::uint32_t DATA);
 /// Spoiler handle and both throttle levers in percent, written at once (under simLock).
 void gf_setControls(std::uint32_t OBJECT_ID, double SPOILERS, double THROTTLE1, double THROTTLE2);
+
+} // namespace orv
+
+namespace orv {
+
+/// The simulator's frames per second, taken from each 30th Frame event.
+extern std::atomic<float> frameRate;
+/// Refused simulator requests in this session; the third ends it.
+extern std::atomic<std::int32_t> simRequestFailures;
+/// Tries of SimConnect_Open in this process (the waiting client thread).
+extern std::atomic<std::int32_t> simOpenAttempts;
+
+/// The simulator's name as the window shows it ("MSFS 2020 (11.0.1.2)").
+std::string gf_simName();
+/// The stand the user aircraft stands on, as the window shows it; empty when none.
+std::string gf_userStandName();
+
+/// Counts a refused request; the third sets simRequestsOff and restarts the session.
+void gf_simRequestFailed();
+/// Request 102: the parked height and pitch of an AI object (answered as message kind 4).
+void gf_requestStaticCg(std::uint32_t OBJECT_ID);
+/// Gives an AI object its flight plan file (MSFS 2020 only; elsewhere a success). False when refused.
+bool gf_setFlightPlan(std::uint32_t OBJECT_ID, const std::string& PLAN_PATH);
+/// NAV_LIGHTS_SET for an object, from the window thread; takes simLock.
+void gf_setNavLight(std::uint32_t OBJECT_ID, bool ON);
+/// At a flight change and at the end of the client thread: keeps the stand
+/// the user aircraft stands on as the park airport's user stand.
+void gf_rememberUserStand();
+
+// Answers of later parts that the link calls; named calls until they exist.
+/// The stand of the park airport under a position on the ground; empty when none.
+std::string gf_userStand(double LAT, double LON);
+/// Stores a new user stand with the first park airport entry (my_park_airports.txt).
+void gf_storeUserStand(const std::string& STAND);
+/// The user aircraft's title (request 106) and ATC model (107).
+void gf_userTitleReply(const std::string& TITLE);
+void gf_userModelReply(const std::string& MODEL);
 
 } // namespace orv

@@ -448,25 +448,36 @@ void lf_deliverQuit(SimConnection& C, DispatchProc PROC, void* CONTEXT)
 
 } // namespace
 
+namespace {
+
+/// Cuts the next record out of what was read; false when none is whole yet.
+/// A garbled stream counts as a lost connection. Only the parsing is guarded:
+/// whatever the dispatch function throws is the caller's to see.
+bool lf_nextRecord(SimConnection& C)
+{
+    orv::wire::Frame f;
+    try {
+        while (orv::wire::gf_nextFrame(C.in, C.inPos, f))
+            if (lf_buildRecord(C, f)) return true;
+    } catch (const std::runtime_error&) {
+        C.lost = true;
+    }
+    return false;
+}
+
+} // namespace
+
 HRESULT SimConnect_CallDispatch(HANDLE hSimConnect, DispatchProc pfcnDispatch, void* pContext)
 {
     SimConnection* c = lf_conn(hSimConnect);
     if (c == nullptr || pfcnDispatch == nullptr) return E_INVALIDARG;
     if (c->quitDelivered) return E_FAIL;
     lf_readAvailable(*c);
-    orv::wire::Frame f;
-    try {
-        while (orv::wire::gf_nextFrame(c->in, c->inPos, f)) {
-            if (!lf_buildRecord(*c, f)) continue;
-            auto* rec = reinterpret_cast<SIMCONNECT_RECV*>(c->record.data());
-            pfcnDispatch(rec, rec->dwSize, pContext);
-            if (rec->dwID == SIMCONNECT_RECV_ID_QUIT) {
-                c->quitDelivered = true; // the simulator's QUIT ends the stream
-                return S_OK;
-            }
-        }
-    } catch (const std::runtime_error&) {
-        c->lost = true; // a garbled stream is as good as a lost one
+    while (lf_nextRecord(*c)) {
+        auto* rec = reinterpret_cast<SIMCONNECT_RECV*>(c->record.data());
+        if (rec->dwID == SIMCONNECT_RECV_ID_QUIT) c->quitDelivered = true; // the simulator's QUIT ends the stream
+        pfcnDispatch(rec, rec->dwSize, pContext);
+        if (c->quitDelivered) return S_OK;
     }
     if (c->lost) {
         lf_deliverQuit(*c, pfcnDispatch, pContext);

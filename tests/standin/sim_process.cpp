@@ -41,9 +41,10 @@ std::uint16_t freePort()
     return ntohs(addr.sin_port);
 }
 
-SimProcess::SimProcess(const std::filesystem::path& FOLDER, std::vector<std::string> ARGS, bool RECORD)
+SimProcess::SimProcess(const std::filesystem::path& FOLDER, std::vector<std::string> ARGS, bool RECORD,
+                       std::uint16_t PORT)
 {
-    port_ = freePort();
+    port_ = PORT != 0 ? PORT : freePort();
     do viewPort_ = freePort();
     while (viewPort_ == port_);
     ARGS.insert(ARGS.end(), {"--port", std::to_string(port_), "--view-port", std::to_string(viewPort_)});

@@ -17,9 +17,11 @@ std::uint16_t freePort();
 
 class SimProcess {
 public:
-    /// Starts build/tavo-sim with ARGS plus --port, --view-port and, when
-    /// RECORD is set, --record into FOLDER; waits until its view answers.
-    SimProcess(const std::filesystem::path& FOLDER, std::vector<std::string> ARGS, bool RECORD = true);
+    /// Starts build/tavo-sim with ARGS plus --port (PORT, or a free one),
+    /// --view-port and, when RECORD is set, --record into FOLDER; waits until
+    /// its view answers.
+    SimProcess(const std::filesystem::path& FOLDER, std::vector<std::string> ARGS, bool RECORD = true,
+               std::uint16_t PORT = 0);
     /// SIGTERM, then waits for the process.
     ~SimProcess();
     SimProcess(const SimProcess&) = delete;
