@@ -17,7 +17,7 @@ namespace orv {
 
 namespace {
 
-constexpr std::size_t readChunk = 1 << 20; ///< bytes per read call
+constexpr std::size_t readStep = 64 * 1024; ///< bytes added when a file is longer than it said
 
 struct FileDescriptor {
     int fd = -1;
@@ -27,7 +27,9 @@ struct FileDescriptor {
     }
 };
 
-/// The raw bytes, or nothing (logged) when the file cannot be read.
+/// The raw bytes, or nothing (logged) when the file cannot be read. The
+/// buffer is sized from the file once; a file that grows while it is read
+/// is read on in steps.
 std::optional<std::string> lf_readBytes(const std::filesystem::path& PATH)
 {
     FileDescriptor file{::open(PATH.c_str(), O_RDONLY | O_CLOEXEC)};
@@ -36,19 +38,21 @@ std::optional<std::string> lf_readBytes(const std::filesystem::path& PATH)
         return std::nullopt;
     }
     struct stat info {};
-    std::string bytes;
-    if (::fstat(file.fd, &info) == 0 && info.st_size > 0) bytes.reserve(static_cast<std::size_t>(info.st_size));
-    std::string chunk(readChunk, '\0');
+    const std::size_t expected = ::fstat(file.fd, &info) == 0 && info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
+    std::string bytes(expected + 1, '\0'); // one more byte shows the end of the file in the first read
+    std::size_t filled = 0;
     while (true) {
-        const auto got = ::read(file.fd, chunk.data(), chunk.size());
+        if (filled == bytes.size()) bytes.resize(bytes.size() + readStep);
+        const auto got = ::read(file.fd, bytes.data() + filled, bytes.size() - filled);
         if (got < 0) {
             if (errno == EINTR) continue;
             gf_log(fmt::format("cannot read file {}, err: {}", PATH.string(), errno));
             return std::nullopt;
         }
         if (got == 0) break;
-        bytes.append(chunk.data(), static_cast<std::size_t>(got));
+        filled += static_cast<std::size_t>(got);
     }
+    bytes.resize(filled);
     return bytes;
 }
 
