@@ -77,6 +77,37 @@ act& gf_testRecord(const TrafficLine& LINE, std::int32_t CLASS_ID, double WINGSP
     return record;
 }
 
+TrackPoint gf_pointAt(double EAST, double NORTH, double SPEED_KT, std::int32_t DUE, double ALTITUDE_FT)
+{
+    TrackPoint p;
+    const LatLon pos = gf_testPosition(EAST, NORTH);
+    p.lat = pos.lat;
+    p.lon = pos.lon;
+    p.groundSpeed = SPEED_KT;
+    p.airspeed = SPEED_KT;
+    p.altitude = ALTITUDE_FT;
+    p.airborne = ALTITUDE_FT > 0;
+    p.dueTick = DUE;
+    return p;
+}
+
+act& gf_activeRecord(std::uint32_t HEXID, double EAST, double NORTH, bool ON_GROUND, Phase PHASE, std::int32_t DUE)
+{
+    TrafficLine line = gf_testIdentity(HEXID, "TST" + std::to_string(HEXID % 1000));
+    line.point = gf_pointAt(EAST, NORTH, 0, DUE, ON_GROUND ? 0 : 3000);
+    act& r = gf_testRecord(line, 2, 17.0 / metresPerNm);
+    r.lat = line.point.lat;
+    r.lon = line.point.lon;
+    r.onGround = ON_GROUND;
+    r.altitude = ON_GROUND ? testAirport.elevationFt + testStaticCgFt : 3000;
+    r.staticCg = testStaticCgFt;
+    r.staticPitch = testStaticPitchDeg * degToRad;
+    r.state = ActState::active;
+    r.objectId = 500 + HEXID % 1000;
+    r.phase = PHASE;
+    return r;
+}
+
 Harness::Harness()
 {
     gf_resetEngine(firstTick);

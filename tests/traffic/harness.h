@@ -94,6 +94,11 @@ private:
 /// Makes a record from a first line as a new record is made, without the
 /// reference tables: class and wing span given.
 act& gf_testRecord(const TrafficLine& LINE, std::int32_t CLASS_ID, double WINGSPAN_NM);
+/// An active class-2 record at POS (a plane point round the test airport),
+/// with one track point there due at DUE, as a unit test wants it.
+act& gf_activeRecord(std::uint32_t HEXID, double EAST, double NORTH, bool ON_GROUND, Phase PHASE, std::int32_t DUE);
+/// A track point at a plane point.
+TrackPoint gf_pointAt(double EAST, double NORTH, double SPEED_KT, std::int32_t DUE, double ALTITUDE_FT = 0);
 /// A feed line's identity for tests.
 TrafficLine gf_testIdentity(std::uint32_t HEXID, const std::string& CALLSIGN);
 /// Clears every list of the engine and sets the clock.
