@@ -234,6 +234,7 @@ void Harness::sample()
         s.flareStage = r.flareStage;
         s.throttle = r.throttleSetting;
         s.flaps = r.flapsSetting;
+        s.predictedPoints = r.predictedPoints;
         samples_[r.hexid].push_back(s);
         if (r.state == ActState::removing) removed_[r.hexid] = true;
     }

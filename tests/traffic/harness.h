@@ -44,6 +44,7 @@ struct Sample {
     ActState state = ActState::waiting;
     bool onGround = false, takeoffRoll = false, landing = false, rollout = false, holding = false;
     std::int32_t flareStage = 0, throttle = 5, flaps = 4;
+    std::int32_t predictedPoints = 0;
 };
 
 /// The simulator's side of the harness: the object's static values.

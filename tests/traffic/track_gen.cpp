@@ -37,6 +37,15 @@ PathBuilder::PathBuilder(double ELEVATION_FT, double EAST, double NORTH, double 
     states_.push_back(s);
 }
 
+PathBuilder::PathBuilder(double ELEVATION_FT, double EAST, double NORTH, double NOSE_DEG, double ALT_FT,
+                         double SPEED_KT)
+    : PathBuilder(ELEVATION_FT, EAST, NORTH, NOSE_DEG)
+{
+    states_.back().altitudeFt = ALT_FT;
+    states_.back().speedKt = SPEED_KT;
+    states_.back().airborne = true;
+}
+
 PathBuilder& PathBuilder::hold(double SECONDS)
 {
     PathState s = states_.back();

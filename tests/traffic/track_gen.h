@@ -28,6 +28,8 @@ struct PathState {
 class PathBuilder {
 public:
     PathBuilder(double ELEVATION_FT, double EAST, double NORTH, double NOSE_DEG);
+    /// A path that starts in the air at ALT_FT and SPEED_KT.
+    PathBuilder(double ELEVATION_FT, double EAST, double NORTH, double NOSE_DEG, double ALT_FT, double SPEED_KT);
     /// Stands still for SECONDS.
     PathBuilder& hold(double SECONDS);
     /// Straight ahead over METRES; the speed changes evenly to SPEED_KT, the altitude to ALT_FT.
