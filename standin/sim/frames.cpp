@@ -5,6 +5,8 @@
 
 #include "sim/simconnect_api.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace orv::simstandin {
@@ -76,6 +78,20 @@ void lf_periodicData(Server& S)
     }
 }
 
+/// Runs the scenario's steps that are due by the simulator's clock. A step
+/// that cannot be done is reported and skipped; the flight goes on.
+void lf_scenario(Server& S)
+{
+    while (S.nextStep < S.scenario.size() && S.world.simUtc - S.startUtc >= S.scenario[S.nextStep].at) {
+        const ScenarioStep& step = S.scenario[S.nextStep++];
+        try {
+            gf_applyControl(S, step.action, step.params);
+        } catch (const std::exception& e) {
+            fmt::print(stderr, "tavo-sim: scenario at {} s: {}\n", step.at, e.what());
+        }
+    }
+}
+
 void lf_measureRate(Server& S)
 {
     using namespace std::chrono;
@@ -114,6 +130,7 @@ void gf_simFrame(Server& S, double DT_S)
         S.world.simUtc += DT_S;
         gf_moveUser(S.world, DT_S);
     }
+    lf_scenario(S);
     lf_dueOperations(S);
     lf_measureRate(S);
     for (auto& c : S.sessions)

@@ -101,6 +101,7 @@ SimOptions gf_parseSimOptions(const std::vector<std::string>& ARGS)
             if (o.fps < 1.0 || o.fps > kMaxFps) throw std::invalid_argument(fmt::format("--fps: {} is not in 1..1000", v));
         } else if (opt == "--record") o.recordPath = v;
         else if (opt == "--titles") o.titlesPath = v;
+        else if (opt == "--scenario") o.scenarioPath = v;
         else if (opt == "--max-objects") o.maxObjects = static_cast<std::size_t>(lf_whole(opt, v, 0, 1'000'000));
         else if (opt == "--ground") o.groundFt = lf_number(opt, v);
         else if (opt == "--utc") o.startUtc = lf_utc(v);
@@ -124,6 +125,8 @@ std::string gf_simUsage()
            "  --fps N             frames per second, 1..1000 (default 30)\n"
            "  --record FILE       JSON lines of creations, removals, positions, events\n"
            "  --titles FILE       installed livery titles; creating another title fails\n"
+           "  --scenario FILE     timed actions: \"SECONDS ACTION key=value ...\" a line, e.g.\n"
+           "                      \"10 move speed=15 heading=90\", \"120 teleport lat=47.1 lon=8.2 alt=3000\"\n"
            "  --max-objects N     AI objects before creation fails (default 1000)\n"
            "  --ground FT         ground elevation (default 0)\n"
            "  --utc TIME          simulator UTC at start, YYYY-MM-DDTHH:MM:SS or Unix seconds\n"

@@ -23,6 +23,7 @@ struct SimOptions {
     double fps = kDefaultFps;
     std::string recordPath;
     std::string titlesPath;        ///< installed livery titles, one a line
+    std::string scenarioPath;      ///< timed control actions for the user aircraft and the flight
     std::size_t maxObjects = 1000;
     double groundFt = 0;
     std::optional<double> startUtc; ///< Unix seconds; none: the system clock

@@ -20,6 +20,7 @@
 #include <cmath>
 #include <ctime>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace orv::simstandin {
@@ -198,6 +199,14 @@ void gf_initServer(Server& S, const SimOptions& O)
     w.user.tasKt = O.userSpeedKt;
     if (!O.titlesPath.empty()) lf_readTitles(w, O.titlesPath);
     if (!O.recordPath.empty()) gf_openRecording(S.recorder, O.recordPath);
+    if (!O.scenarioPath.empty()) {
+        std::ifstream in(O.scenarioPath);
+        if (!in) throw std::runtime_error(fmt::format("cannot read the scenario {}", O.scenarioPath));
+        std::stringstream text;
+        text << in.rdbuf();
+        S.scenario = gf_parseScenario(text.str());
+    }
+    S.startUtc = w.simUtc;
 
     S.appName = !O.appName.empty() ? O.appName : (O.simYear == 2020 ? "KittyHawk" : "SunRise");
     std::copy(std::begin(O.simYear == 2020 ? kVersion2020 : kVersion2024),

@@ -6,6 +6,7 @@
 // functions. Both hold Server::mutex while they touch anything here.
 #pragma once
 
+#include "standin/sim/control.h"
 #include "standin/sim/options.h"
 #include "standin/sim/recorder.h"
 #include "standin/sim/simvars.h"
@@ -84,6 +85,9 @@ struct Server {
     std::string appName;
     std::uint32_t appVersion[4] = {};
     std::atomic<bool> quitRequested{false};
+    std::vector<ScenarioStep> scenario; ///< sorted by time
+    std::size_t nextStep = 0;
+    double startUtc = 0;                ///< the scenario's time 0
     std::chrono::steady_clock::time_point lastFrame{};
     std::chrono::steady_clock::time_point rateStart{};
     int framesSinceRateStart = 0;

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <numbers>
@@ -530,6 +531,61 @@ TEST_F(SimClient, TerminationSaysQuitToEveryClient)
     EXPECT_EQ(sim->stop(), 0);
     EXPECT_TRUE(client.until([&] { return !client.all(SIMCONNECT_RECV_ID_QUIT).empty(); }));
     EXPECT_TRUE(second.until([&] { return !second.all(SIMCONNECT_RECV_ID_QUIT).empty(); }));
+}
+
+
+TEST_F(SimClient, AScenarioMovesTheUserOnTheSimulatorsClock)
+{
+    writeFile(dir / "scenario.txt", "0.2 move speed=3600 heading=90\n"
+                                    "0.3 nonsense\n" // reported, and the flight goes on
+                                    "1.2 pause\n");
+    start({"--user", "47.0,8.0", "--scenario", (dir / "scenario.txt").string()});
+    ASSERT_TRUE(client.until([&] { return client.events(SIMCONNECT_RECV_ID_EVENT, kEvSim).size() == 2; }));
+    EXPECT_EQ(client.events(SIMCONNECT_RECV_ID_EVENT, kEvSim)[1]->as<SIMCONNECT_RECV_EVENT>().dwData, 0u);
+    const auto st = sim->state();
+    EXPECT_FALSE(st["running"]);
+    // One nautical mile a second for about one second, due east.
+    EXPECT_NEAR(st["user"]["lat"].get<double>(), 47.0, 1e-6);
+    EXPECT_GT(st["user"]["lon"].get<double>(), 8.0 + 0.5 / 60 / std::cos(47.0 * kPi / 180));
+    EXPECT_LT(st["user"]["lon"].get<double>(), 8.0 + 1.5 / 60 / std::cos(47.0 * kPi / 180));
+}
+
+TEST_F(SimClient, UnknownControlActionsAreRefused)
+{
+    start({"--user", "47.0,8.0"});
+    EXPECT_THROW(sim->control("nonsense"), std::runtime_error);
+    EXPECT_THROW(sim->control("teleport", "lat=47"), std::runtime_error);
+    EXPECT_THROW(sim->control("fps", "value=0"), std::runtime_error);
+    EXPECT_TRUE(sim->state()["running"]);
+}
+
+/// A dispatch function that throws at the first record of ID.
+struct Thrower {
+    DWORD id;
+    static void onRecord(SIMCONNECT_RECV* P, DWORD, void* CTX)
+    {
+        if (P->dwID == static_cast<Thrower*>(CTX)->id) throw std::runtime_error("from the dispatch");
+    }
+};
+
+TEST_F(SimClient, WhatTheDispatchThrowsReachesTheCallerAndTheLinkStays)
+{
+    start({"--user", "47.0,8.0"});
+    SimConnect_RequestDataOnSimObject(client.h, kReqUser, kDefPose, SIMCONNECT_OBJECT_ID_USER, SIMCONNECT_PERIOD_ONCE);
+    Thrower thrower{SIMCONNECT_RECV_ID_SIMOBJECT_DATA};
+    bool thrown = false;
+    for (int i = 0; i < 10000 && !thrown; ++i) {
+        try {
+            SimConnect_CallDispatch(client.h, Thrower::onRecord, &thrower);
+        } catch (const std::runtime_error& e) {
+            thrown = std::string(e.what()) == "from the dispatch";
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_TRUE(thrown);
+    SimConnect_RequestDataOnSimObject(client.h, kReqUser, kDefPose, SIMCONNECT_OBJECT_ID_USER, SIMCONNECT_PERIOD_ONCE);
+    EXPECT_TRUE(client.until([&] { return !client.replies(kReqUser).empty(); }));
+    EXPECT_TRUE(client.all(SIMCONNECT_RECV_ID_QUIT).empty());
 }
 
 } // namespace

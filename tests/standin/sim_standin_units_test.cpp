@@ -1,6 +1,7 @@
 // The stand-in simulator's parts on their own: variables and units, packing,
 // the calendar, geometry, client events, options, the wire and the config.
 #include "sim/simconnect_api.h"
+#include "standin/sim/control.h"
 #include "standin/sim/options.h"
 #include "standin/sim/recorder.h"
 #include "standin/sim/simvars.h"
@@ -384,6 +385,40 @@ TEST(SimWire, ImpossibleSizesAreRefused)
         std::size_t pos = 0;
         wire::Frame f;
         EXPECT_THROW(wire::gf_nextFrame(buf, pos, f), std::runtime_error) << size;
+    }
+}
+
+
+TEST(SimScenario, StepsComeSortedWithTheirParameters)
+{
+    const auto steps = gf_parseScenario("# user taxis, then flies\n"
+                                        "30 teleport lat=47.5 lon=8.5 alt=3000   # airborne\n"
+                                        "\n"
+                                        "  5 move speed=15 heading=90\n"
+                                        "12.5 pause\n");
+    ASSERT_EQ(steps.size(), 3u);
+    EXPECT_EQ(steps[0].at, 5.0);
+    EXPECT_EQ(steps[0].action, "move");
+    EXPECT_EQ(steps[0].params.at("speed"), "15");
+    EXPECT_EQ(steps[1].action, "pause");
+    EXPECT_TRUE(steps[1].params.empty());
+    EXPECT_EQ(steps[2].params.size(), 3u);
+    EXPECT_EQ(steps[2].params.at("alt"), "3000");
+}
+
+TEST(SimScenario, BadLinesAreNamed)
+{
+    for (const auto& [text, line] : {std::pair<std::string, std::string>{"x move", "line 1"},
+                                     {"1 move\n-3 pause", "line 2"},
+                                     {"\n\n7", "line 3"},
+                                     {"1 move speed", "line 1"},
+                                     {"1 move =5", "line 1"}}) {
+        try {
+            gf_parseScenario(text);
+            ADD_FAILURE() << text;
+        } catch (const std::invalid_argument& e) {
+            EXPECT_NE(std::string(e.what()).find(line), std::string::npos) << text << ": " << e.what();
+        }
     }
 }
 
