@@ -2,6 +2,7 @@
 // limits, the glide of an approach, and the climb of an aircraft whose data
 // has gone to the ground while it is still in the air.
 #include "core/log.h"
+#include "feed/feed.h"
 #include "traffic/engine_parts.h"
 #include "traffic/motion.h"
 
@@ -65,9 +66,9 @@ void lf_altitudeStep(act& RECORD)
     }
     if (t0.airborne) {
         const std::optional<double> field = gf_parkAirportElevation();
-        if (field && gf_qnhEngine() <= standardQnh) {
+        if (field && qnhEngine.load() <= standardQnh) {
             RECORD.altStep = (*field - RECORD.altitude) / dt;
-        } else if (gf_qnhEngine() <= standardQnh) {
+        } else if (qnhEngine.load() <= standardQnh) {
             t1.verticalSpeed = descentFpm;
             RECORD.verticalSpeedFpm = descentFpm;
             RECORD.altStep = descentFpm / fpmPerFtPerTick;
@@ -146,7 +147,7 @@ void lf_glideVs(act& RECORD)
     double vs = lastFeetFpm;
     if (RECORD.agl > lastFeetAglFt) {
         const double mean = (RECORD.track[0].verticalSpeed + next.verticalSpeed) / 2.0;
-        vs = std::min(mean - (gf_qnhEngine() - standardQnh) * qnhFeetPerHpa, descentFpm);
+        vs = std::min(mean - (qnhEngine.load() - standardQnh) * qnhFeetPerHpa, descentFpm);
     }
     next.verticalSpeed = vs;
     RECORD.verticalSpeedFpm = vs;

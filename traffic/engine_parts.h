@@ -75,12 +75,6 @@ bool lf_addRealOption(std::int32_t STAND_ID, act& RECORD, bool CONTINUING, DayHa
 /// An arrival that taught the stand something, remembered for its half hour.
 void gf_addRecentArrival(std::uint32_t HEXID, std::int32_t HALF_HOUR);
 
-// --- the feed's values that the motion reads ---
-/// The QNH in hPa as the landing logic reads it.
-std::int32_t gf_qnhEngine();
-/// The automatic range has given exactly 10 nautical miles.
-bool gf_autoRangeActive();
-
 // --- the once-a-second work on the lists ------------------------------------
 /// The once-only stand learning of a live aircraft that was created, landed or parked.
 void lf_learnOnce(act& RECORD);

@@ -1,7 +1,6 @@
 // What the engine asks of the park airport, its stands and the stand learning,
-// and the two values of the feed that the landing logic reads, kept as named
-// calls until airports, parking and the feed's pacing answer them: no park
-// airport, no stand, standard pressure, no automatic range.
+// kept as named calls until airports and parking answer them: no park
+// airport, no stand.
 //
 // These calls live alone in this file so that a program that brings its own
 // airport (the engine's scenario tests do) can define all of them instead.
@@ -25,7 +24,5 @@ void lf_learnDeparture(act&) {}
 void lf_learnLostAircraft(act&, bool) {}
 bool lf_addRealOption(std::int32_t, act&, bool, DayHalf, bool) { return false; }
 void gf_addRecentArrival(std::uint32_t, std::int32_t) {}
-std::int32_t gf_qnhEngine() { return 1013; }
-bool gf_autoRangeActive() { return false; }
 
 } // namespace orv

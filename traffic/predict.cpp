@@ -156,7 +156,7 @@ bool lf_predict(act& RECORD)
         lf_predictPoint(RECORD, RECORD.phase == Phase::atStand ? parkedPoints : groundPoints);
         return true;
     }
-    if (gf_autoRangeActive()) return false;
+    if (autoRangeActive.load()) return false;
     if (gf_isNoPosition(ownPosition.lat, ownPosition.lon)) {
         lf_predictPoint(RECORD, airPoints);
         return true;

@@ -66,7 +66,5 @@ void lf_learnDeparture(act&) {}
 void lf_learnLostAircraft(act&, bool) {}
 bool lf_addRealOption(std::int32_t, act&, bool, DayHalf, bool) { return false; }
 void gf_addRecentArrival(std::uint32_t, std::int32_t) {}
-std::int32_t gf_qnhEngine() { return 1013; }
-bool gf_autoRangeActive() { return false; }
 
 } // namespace orv
