@@ -53,8 +53,9 @@ std::string gf_regcodeOf(const std::string& TEXT)
 
 void gf_checkPosition(double LAT, double LON)
 {
-    if (LAT < -maxLatitude || LAT > maxLatitude || LON < -maxLongitude || LON > maxLongitude
-        || gf_isNoPosition(LAT, LON)) {
+    // Written so that a value that is no number fails too.
+    const bool inRange = LAT >= -maxLatitude && LAT <= maxLatitude && LON >= -maxLongitude && LON <= maxLongitude;
+    if (!inRange || gf_isNoPosition(LAT, LON)) {
         throw SysErrorException(positionErrorCode, fmt::format("lalo:{}", fmt::format("{},{}", LAT, LON)));
     }
 }

@@ -1,6 +1,7 @@
 // processLine for a parked line: one member of a parked-traffic answer into a
 // ParkedLine, completed from the registration tables, or nothing.
 #include <array>
+#include <cmath>
 #include <ctime>
 #include <string_view>
 #include <utility>
@@ -30,6 +31,9 @@ constexpr int halfHoursPerHour = 2;
 
 std::int32_t lf_halfHourOf(double EPOCH_SECONDS)
 {
+    // A time no clock can show reads as midnight.
+    constexpr double latestSeconds = 1e12;
+    if (!(std::fabs(EPOCH_SECONDS) < latestSeconds)) return 0;
     const auto time = static_cast<std::time_t>(EPOCH_SECONDS);
     std::tm utc{};
     gmtime_r(&time, &utc);

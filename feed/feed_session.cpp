@@ -172,12 +172,18 @@ double gf_trafficLastTimestamp()
 
 void gf_startWeatherReader()
 {
-    if (auto session = gf_feedSession()) std::thread(lf_weatherReader, std::move(session)).detach();
+    if (auto session = gf_feedSession()) {
+        ++session->readersRunning;
+        std::thread(lf_weatherReader, std::move(session)).detach();
+    }
 }
 
 void gf_startTrafficReader()
 {
-    if (auto session = gf_feedSession()) std::thread(lf_trafficReader, std::move(session)).detach();
+    if (auto session = gf_feedSession()) {
+        ++session->readersRunning;
+        std::thread(lf_trafficReader, std::move(session)).detach();
+    }
 }
 
 void gf_takeSeenSets(std::set<std::string>& CALLSIGNS, std::set<std::uint32_t>& HEXIDS)

@@ -21,6 +21,7 @@ struct FeedSession {
     RtClient weather;
     RtClient traffic;
     std::atomic<bool> weatherRoundDone{false}; ///< the weather reader went round once, or ended
+    std::atomic<int> readersRunning{0};        ///< reader threads of this session not yet ended
     std::atomic<bool> parkedAsked{false};      ///< main thread asks, the traffic reader answers
     std::mutex parkedLock;                     ///< a leaf lock over the two below
     ParkedResult parkedResult = ParkedResult::none;

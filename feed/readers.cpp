@@ -135,12 +135,14 @@ void lf_weatherReader(std::shared_ptr<FeedSession> SESSION)
     FeedSession& s = *SESSION;
     lf_runReader(SESSION, lf_weatherSide(), s.weather, s.traffic, lf_weatherLoop);
     s.weatherRoundDone = true;
+    --s.readersRunning;
 }
 
 void lf_trafficReader(std::shared_ptr<FeedSession> SESSION)
 {
     FeedSession& s = *SESSION;
     lf_runReader(SESSION, lf_trafficSide(), s.traffic, s.weather, lf_trafficLoop);
+    --s.readersRunning;
 }
 
 void lf_readerStopped(bool RESTART_SESSION, const char* READER_NAME)

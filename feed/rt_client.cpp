@@ -4,6 +4,7 @@
 #include "feed/rt_client.h"
 
 #include <chrono>
+#include <limits>
 #include <thread>
 
 #include <fmt/format.h>
@@ -79,7 +80,13 @@ std::int32_t gf_answerInt(const nlohmann::json& ANSWER, const char* KEY, std::in
     if (!ANSWER.is_object()) return FALLBACK;
     const auto it = ANSWER.find(KEY);
     if (it == ANSWER.end() || !it->is_number()) return FALLBACK;
-    return it->is_number_float() ? static_cast<std::int32_t>(it->get<double>()) : it->get<std::int32_t>();
+    if (it->is_number_float()) {
+        // A value no 32-bit integer holds is no value the service means.
+        const double value = it->get<double>();
+        constexpr double lowest = std::numeric_limits<std::int32_t>::min(), highest = std::numeric_limits<std::int32_t>::max();
+        return value >= lowest && value <= highest ? static_cast<std::int32_t>(value) : FALLBACK;
+    }
+    return it->get<std::int32_t>();
 }
 
 std::string gf_answerText(const nlohmann::json& ANSWER, const char* KEY, const std::string& FALLBACK)

@@ -16,6 +16,9 @@ namespace {
 /// The lines keep their relative time to this fraction of a second.
 constexpr double stepsPerSecond = 10.0;
 constexpr std::int32_t ticksPerStep = 10;
+/// A line further from its batch's median than a day is bent back to it, so
+/// that a wild timestamp cannot overflow the tick count.
+constexpr double widestOffsetSeconds = 86400;
 
 } // namespace
 
@@ -33,7 +36,9 @@ void lf_handOverLines(RtClient& CLIENT, int DELAY_SECONDS)
     const double median = times[times.size() / 2];
     const std::int32_t base = engineTick + DELAY_SECONDS * ticksPerSecondFeed;
     for (TrafficLine& line : lines) {
-        const auto steps = static_cast<std::int32_t>(std::trunc((line.timestamp - median) * stepsPerSecond));
+        double offset = line.timestamp - median;
+        if (!(std::fabs(offset) <= widestOffsetSeconds)) offset = offset < 0 ? -widestOffsetSeconds : widestOffsetSeconds;
+        const auto steps = static_cast<std::int32_t>(std::trunc(offset * stepsPerSecond));
         line.point.dueTick = base + steps * ticksPerStep;
     }
     if (DELAY_SECONDS != liveDelaySeconds) {

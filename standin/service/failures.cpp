@@ -100,7 +100,15 @@ Failure gf_parseFailure(std::string_view SPEC)
 
 Failure gf_failureFromForm(const FormFields& FORM)
 {
-    Failure failure = lf_makeFailure(gf_formText(FORM, "request"), gf_formText(FORM, "answer"));
+    const std::string answer = gf_formText(FORM, "answer");
+    Failure failure;
+    if (answer == "custom") {
+        failure = lf_makeFailure(gf_formText(FORM, "request"), "empty");
+        failure.kind = FailureKind::Custom;
+        failure.body = gf_formText(FORM, "body");
+    } else {
+        failure = lf_makeFailure(gf_formText(FORM, "request"), answer);
+    }
     if (FORM.count("count")) failure.count = lf_number(gf_formText(FORM, "count"), "count");
     if (FORM.count("after")) failure.after = lf_number(gf_formText(FORM, "after"), "after");
     if (FORM.count("ms")) failure.stallMs = lf_number(gf_formText(FORM, "ms"), "ms");

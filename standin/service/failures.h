@@ -21,6 +21,7 @@ enum class FailureKind {
     TextStatus, ///< the normal answer, its status sent as text
     Empty,      ///< an empty body
     Stall,      ///< the normal answer, held back until released or stallMs passed
+    Custom,     ///< the body given, as it is (control path only)
 };
 
 struct Failure {
@@ -30,6 +31,7 @@ struct Failure {
     int count = 1;     ///< how many requests it hits; 0 = every one until cleared
     int after = 0;     ///< matching requests let through before it hits
     int stallMs = 0;   ///< for FailureKind::Stall; 0 = until released
+    std::string body;  ///< for FailureKind::Custom
 };
 
 struct FailurePlan {
@@ -44,7 +46,8 @@ std::string_view gf_requestKindName(RequestKind KIND);
 /// "notjson", "textstatus", "empty", "stall". Throws std::invalid_argument.
 Failure gf_parseFailure(std::string_view SPEC);
 
-/// The same from a control form: request, answer, count, after, ms.
+/// The same from a control form: request, answer, count, after, ms; and
+/// answer "custom" with the answer's text in body.
 Failure gf_failureFromForm(const FormFields& FORM);
 
 /// The failure that hits a request of KIND now, if any; counts it off.

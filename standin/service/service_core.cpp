@@ -87,9 +87,14 @@ ServiceAnswer lf_apiRequest(ServiceState& STATE, std::string_view NAME, const Fo
         answer.apiStatus = 0;
         return answer;
     }
-    if (failure && failure->kind == FailureKind::Empty) {
+    if (failure && (failure->kind == FailureKind::Empty || failure->kind == FailureKind::Custom)) {
         ServiceAnswer answer;
+        answer.body = failure->body;
         answer.apiStatus = 0;
+        const auto json = nlohmann::json::parse(answer.body, nullptr, false);
+        if (json.is_object() && json.contains("status") && json["status"].is_number_integer()) {
+            answer.apiStatus = json["status"].get<int>();
+        }
         return answer;
     }
     nlohmann::json json = lf_normalAnswer(STATE, *kind, FORM, NOW);

@@ -108,6 +108,16 @@ TEST(ServiceFailureAnswers, TextStatusNotJsonEmptyAndStall)
     EXPECT_EQ(answerJson(held)["status"], 200);
 }
 
+TEST(ServiceFailureAnswers, CustomBodyIsAnsweredAsItIs)
+{
+    ServiceDriver d;
+    ASSERT_EQ(d.post("/control/fail", "request=auth&answer=custom&body=%7B%22status%22%3A200%7D").httpStatus, 200);
+    const auto answer = d.post("/v4/auth", "license=K&software=T");
+    EXPECT_EQ(answer.body, R"({"status":200})");
+    EXPECT_EQ(answer.apiStatus, 200);
+    EXPECT_TRUE(d.state.sessions.empty()) << "the custom answer stands in for the login";
+}
+
 TEST(ServiceControl, RefusesBadValuesAndReportsState)
 {
     ServiceDriver d;
