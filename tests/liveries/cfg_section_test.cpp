@@ -240,6 +240,15 @@ TEST_F(Section, RegistrationGivesTheAirline)
               "\"" + folder + "\" \"[fltsim.3]\" has no airline and its regcode is not in my dbase (very old liv?)");
 }
 
+TEST_F(Section, RecordWithoutAnAirlineTellsNothing)
+{
+    dbaseRecords["XX-NOA"] = DbaseRecord{"", "B738", "", false};
+    EXPECT_EQ(one("[fltsim.0]\ntitle=A\natc_id=XX-NOA\n", "C172").airline, "PVT");
+    EXPECT_TRUE(read("[fltsim.1]\ntitle=B\natc_id=XX-NOA\n", "B738").empty());
+    EXPECT_EQ(lastIncomplete(),
+              "\"" + folder + "\" \"[fltsim.1]\" has no airline and its regcode is not in my dbase (very old liv?)");
+}
+
 TEST_F(Section, TitleAlreadyInTheCatalogue)
 {
     one("[fltsim.0]\ntitle=Same\nicao_airline=KLM\n");
