@@ -30,19 +30,22 @@ std::string lf_trafficBody(const std::string& GUID, const Box& BOX, const char* 
 }
 
 /// The members of an answer's data object; null data has none.
-const nlohmann::json& lf_dataObject(const nlohmann::json& ANSWER)
+nlohmann::json& lf_dataObject(nlohmann::json& ANSWER)
 {
-    static const nlohmann::json none = nlohmann::json::object();
+    thread_local nlohmann::json none;
+    none = nlohmann::json::object();
     const auto it = ANSWER.find("data");
     if (it == ANSWER.end() || it->is_null()) return none;
     if (!it->is_object()) throw std::runtime_error(fmt::format("data is {}, no object", it->type_name()));
     return *it;
 }
 
-void lf_decodeMembers(RtClient& CLIENT, const nlohmann::json& DATA)
+/// Each member's array becomes the client's line in turn; the answer is not
+/// needed afterwards, so the arrays are moved rather than copied.
+void lf_decodeMembers(RtClient& CLIENT, nlohmann::json& DATA)
 {
-    for (const auto& [key, value] : DATA.items()) {
-        CLIENT.line = value;
+    for (auto& [key, value] : DATA.items()) {
+        CLIENT.line = std::move(value);
         processLine(CLIENT);
     }
 }
@@ -186,12 +189,12 @@ bool lf_rtParkedTraffic(RtClient& CLIENT, const Box& BOX, std::int32_t& STATUS)
     if (guid.empty()) return false;
     try {
         if (!gf_postForm(CLIENT, parkedShape, lf_trafficBody(guid, BOX, "parkedtraffic", CLIENT.toffset))) return false;
-        const auto answer = nlohmann::json::parse(CLIENT.content);
+        auto answer = nlohmann::json::parse(CLIENT.content);
         STATUS = gf_answerStatus(answer);
         if (STATUS != statusGood) return false;
         CLIENT.view = gf_takeDecodeView();
-        for (const auto& [key, value] : lf_dataObject(answer).items()) {
-            CLIENT.line = value;
+        for (auto& [key, value] : lf_dataObject(answer).items()) {
+            CLIENT.line = std::move(value);
             processLine(key, CLIENT);
         }
         return true;
@@ -213,7 +216,7 @@ bool lf_rtBufferTraffic(RtClient& CLIENT, std::int32_t& STATUS)
             if (CLIENT.content.empty()) {
                 gf_log("buffer traffic: empty content");
             } else {
-                const auto answer = nlohmann::json::parse(CLIENT.content);
+                auto answer = nlohmann::json::parse(CLIENT.content);
                 STATUS = gf_answerStatus(answer);
                 if (STATUS == statusSlowDown) {
                     gf_log(fmt::format(" buffer traffic msg {}", gf_answerText(answer, "message", "")));
@@ -222,7 +225,7 @@ bool lf_rtBufferTraffic(RtClient& CLIENT, std::int32_t& STATUS)
                     CLIENT.collectSeen = true;
                     CLIENT.view = gf_takeDecodeView();
                     CLIENT.airportElevation = CLIENT.view.park.elevationFt;
-                    const nlohmann::json& data = lf_dataObject(answer);
+                    nlohmann::json& data = lf_dataObject(answer);
                     for (const auto& [name, delay] : bufferSlices) {
                         const auto slice = data.find(name);
                         if (slice != data.end() && slice->is_object()) lf_decodeMembers(CLIENT, *slice);
@@ -260,7 +263,7 @@ CycleEnd lf_rtTraffic(RtClient& CLIENT, std::int32_t& STATUS)
             gf_log("traffic receive: empty content");
             return CycleEnd::goOn;
         }
-        const auto answer = nlohmann::json::parse(CLIENT.content);
+        auto answer = nlohmann::json::parse(CLIENT.content);
         STATUS = gf_answerStatus(answer);
         if (STATUS == statusSlowDown) {
             gf_log(fmt::format("curl traffic msg {}", gf_answerText(answer, "message", "")));
