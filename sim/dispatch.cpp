@@ -127,7 +127,7 @@ void lf_resetDispatchState()
     frameCount = 0;
 }
 
-void dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void*)
+void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void*)
 {
     if (RECORD == nullptr) return;
     switch (RECORD->dwID) {

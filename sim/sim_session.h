@@ -121,7 +121,7 @@ void lf_clientThread(std::stop_token STOP);
 void lf_setUpSimSession();
 void lf_closeSimSession();
 /// The dispatch function handed to SimConnect_CallDispatch.
-void dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void* CONTEXT);
+void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void* CONTEXT);
 void lf_simOpened(const SIMCONNECT_RECV_OPEN& RECORD);
 void lf_simException(const SIMCONNECT_RECV_EXCEPTION& RECORD);
 void lf_simObjectData(const SIMCONNECT_RECV_SIMOBJECT_DATA& RECORD, DWORD SIZE);
