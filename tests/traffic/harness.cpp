@@ -146,7 +146,7 @@ void Harness::handOver()
     }
 }
 
-void Harness::activate(act& RECORD)
+void gf_activateRecord(act& RECORD, std::uint32_t OBJECT_ID)
 {
     // The first pose as creation gives it; the simulator's answer and the
     // two seconds of settling are taken as done.
@@ -192,7 +192,7 @@ void Harness::activate(act& RECORD)
         RECORD.heading = gf_bearing(front.lat, front.lon, track[1].lat, track[1].lon);
     else
         RECORD.heading = gf_wrapTwoPi(front.track * degToRad);
-    RECORD.objectId = nextObjectId_++;
+    RECORD.objectId = OBJECT_ID;
     RECORD.agl = RECORD.altitude - ground;
     RECORD.slots = 1;
     RECORD.state = ActState::active;
@@ -246,7 +246,7 @@ void Harness::run(std::int32_t TICKS)
         handOver();
         for (act& r : liveList)
             if (r.state == ActState::waiting && !r.track.empty() && engineTick >= r.track.front().dueTick - createLeadTicks)
-                activate(r);
+                gf_activateRecord(r, nextObjectId_++);
         groundReports();
         lf_engineTick();
         // The simulator's removal report: the record leaves with it.

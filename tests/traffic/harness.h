@@ -75,7 +75,6 @@ public:
 
 private:
     void handOver();
-    void activate(act& RECORD);
     void groundReports();
     void sample();
 
@@ -92,6 +91,9 @@ private:
     std::int32_t startTick_ = 0;
 };
 
+/// The first pose of a record as creation gives it (a stand of the test
+/// airport when it stands at one), with OBJECT_ID, made active.
+void gf_activateRecord(act& RECORD, std::uint32_t OBJECT_ID);
 /// Makes a record from a first line as a new record is made, without the
 /// reference tables: class and wing span given.
 act& gf_testRecord(const TrafficLine& LINE, std::int32_t CLASS_ID, double WINGSPAN_NM);
