@@ -1,6 +1,7 @@
 // Building the catalogue and its pax, cargo and generic tables from the
 // sorted list of liveries. Builders only add keys that are not there yet.
 #include "liveries/catalogue.h"
+#include "liveries/matching.h"
 
 #include <algorithm>
 #include <tuple>
@@ -120,6 +121,7 @@ void gf_clearCatalogue()
     lightModelsWithLiveries.clear();
     buzjetModelsWithLiveries.clear();
     rotorcraftModelsWithLiveries.clear();
+    gf_clearMatching(); // its index points into the catalogue
     catalogue.clear();
 }
 
