@@ -22,9 +22,25 @@ namespace {
 
 /// Positions of a live line.
 enum LivePosition : std::size_t {
-    posHexid = 0, posLat = 1, posLon = 2, posTrack = 3, posBaroAlt = 4, posGroundSpeed = 5, posFlag = 7,
-    posType = 8, posRegcode = 9, posTimestamp = 10, posOrigin = 11, posDestination = 12, posCallsign = 13,
-    posVerticalSpeed = 15, posSource = 17, posGeoAlt = 18, posAirspeed = 20, posRoll = 23, posHeading = 25,
+    posHexid = 0,
+    posLat = 1,
+    posLon = 2,
+    posTrack = 3,
+    posBaroAlt = 4,
+    posGroundSpeed = 5,
+    posFlag = 7,
+    posType = 8,
+    posRegcode = 9,
+    posTimestamp = 10,
+    posOrigin = 11,
+    posDestination = 12,
+    posCallsign = 13,
+    posVerticalSpeed = 15,
+    posSource = 17,
+    posGeoAlt = 18,
+    posAirspeed = 20,
+    posRoll = 23,
+    posHeading = 25,
     posCategory = 28,
 };
 
@@ -173,8 +189,9 @@ bool lf_decodeLive(RtClient& C, TrafficLine& OUT)
         if (!OUT.callsign.empty()) C.seenCallsigns.insert(OUT.callsign);
         C.seenHexids.insert(OUT.hexid);
     }
-    if (!p.airborne && (!view.park.airport
-                        || gf_distance(view.park.airport->lat, view.park.airport->lon, p.lat, p.lon) > groundLineRadiusNm)) {
+    if (!p.airborne
+        && (!view.park.airport
+            || gf_distance(view.park.airport->lat, view.park.airport->lon, p.lat, p.lon) > groundLineRadiusNm)) {
         return false;
     }
     p.track = gf_numberOr0(line, posTrack);

@@ -60,10 +60,7 @@ std::string gf_metarStation()
     return metarStation;
 }
 
-bool gf_clientIsCurrent(const RtClient& CLIENT)
-{
-    return CLIENT.session == currentFeedSession;
-}
+bool gf_clientIsCurrent(const RtClient& CLIENT) { return CLIENT.session == currentFeedSession; }
 
 std::shared_ptr<FeedSession> gf_feedSession()
 {
@@ -115,11 +112,14 @@ void lf_startRt()
     switch (status) {
     case statusLicenceExpired:
     case statusLicenceUnknown:
-        lf_refuseLogin(status, fmt::format("The RT server refused the login with status {}: check the license", status));
+        lf_refuseLogin(status,
+                       fmt::format("The RT server refused the login with status {}: check the license", status));
     case statusSecondSession:
         lf_refuseLogin(status, "More than one RealTraffic session is not possible, do not run the RealTraffic app");
-    case statusDatabaseFault: throw SysErrorException(statusDatabaseFault, "No RT database connection");
-    default: break; // the readers find no session and end at once
+    case statusDatabaseFault:
+        throw SysErrorException(statusDatabaseFault, "No RT database connection");
+    default:
+        break; // the readers find no session and end at once
     }
 }
 

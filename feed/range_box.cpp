@@ -95,8 +95,8 @@ void lf_computeBox()
     const LatLon position{ownPosition.lat, ownPosition.lon};
     if (gf_isNoPosition(position.lat, position.lon)) return;
     const double range = rangeNm;
-    if (std::fabs(position.lat - boxPosition.lat) < boxStillDeg && std::fabs(position.lon - boxPosition.lon) < boxStillDeg
-        && range == boxRange) {
+    if (std::fabs(position.lat - boxPosition.lat) < boxStillDeg
+        && std::fabs(position.lon - boxPosition.lon) < boxStillDeg && range == boxRange) {
         return;
     }
     boxPosition = position;

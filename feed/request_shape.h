@@ -15,11 +15,15 @@ struct RequestShape {
 };
 
 inline constexpr RequestShape authShape{"/v4/auth", "{} Authentication code: {}", "authentication exception: {}"};
-inline constexpr RequestShape deauthShape{"/v4/deauth", "{} Deauthentication code: {}", "deauthentication exception: {} "};
-inline constexpr RequestShape nearestMetarShape{"/v4/nearestmetar", "{} nearestmetar code_w: {}", "nearestmetar exception: {}"};
+inline constexpr RequestShape deauthShape{"/v4/deauth", "{} Deauthentication code: {}",
+                                          "deauthentication exception: {} "};
+inline constexpr RequestShape nearestMetarShape{"/v4/nearestmetar", "{} nearestmetar code_w: {}",
+                                                "nearestmetar exception: {}"};
 inline constexpr RequestShape weatherShape{"/v4/weather", "{} weather code_w: {}", "weather exception: {}"};
-inline constexpr RequestShape parkedShape{"/v4/traffic", "{} curl parkedtraffic code_pt: {}", "parkedtraffic exception: {}"};
-inline constexpr RequestShape bufferShape{"/v4/traffic", "{} buffer traffic code_t: {}", "buffer traffic exception: {}"};
+inline constexpr RequestShape parkedShape{"/v4/traffic", "{} curl parkedtraffic code_pt: {}",
+                                          "parkedtraffic exception: {}"};
+inline constexpr RequestShape bufferShape{"/v4/traffic", "{} buffer traffic code_t: {}",
+                                          "buffer traffic exception: {}"};
 inline constexpr RequestShape trafficShape{"/v4/traffic", "{} curl traffic code_t: {}", "traffic exception: {}"};
 
 /// Steps one to three of every request: content emptied, a fresh easy

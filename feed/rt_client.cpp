@@ -70,10 +70,7 @@ std::size_t callbackwriter(char* DATA, std::size_t SIZE, std::size_t COUNT, void
     return SIZE * COUNT;
 }
 
-std::int32_t gf_answerStatus(const nlohmann::json& ANSWER)
-{
-    return gf_answerInt(ANSWER, "status", statusNoNumber);
-}
+std::int32_t gf_answerStatus(const nlohmann::json& ANSWER) { return gf_answerInt(ANSWER, "status", statusNoNumber); }
 
 std::int32_t gf_answerInt(const nlohmann::json& ANSWER, const char* KEY, std::int32_t FALLBACK)
 {
@@ -83,7 +80,8 @@ std::int32_t gf_answerInt(const nlohmann::json& ANSWER, const char* KEY, std::in
     if (it->is_number_float()) {
         // A value no 32-bit integer holds is no value the service means.
         const double value = it->get<double>();
-        constexpr double lowest = std::numeric_limits<std::int32_t>::min(), highest = std::numeric_limits<std::int32_t>::max();
+        constexpr double lowest = std::numeric_limits<std::int32_t>::min(),
+                         highest = std::numeric_limits<std::int32_t>::max();
         return value >= lowest && value <= highest ? static_cast<std::int32_t>(value) : FALLBACK;
     }
     return it->get<std::int32_t>();
@@ -102,7 +100,8 @@ void gf_holdReader(RtClient& CLIENT, std::int32_t MS)
     while (!CLIENT.stopRequested) {
         const auto left = until - std::chrono::steady_clock::now();
         if (left <= std::chrono::milliseconds(0)) return;
-        std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(left, std::chrono::milliseconds(holdSliceMs)));
+        std::this_thread::sleep_for(
+            std::min<std::chrono::steady_clock::duration>(left, std::chrono::milliseconds(holdSliceMs)));
     }
 }
 

@@ -114,8 +114,8 @@ bool lf_rtNearestMetar(RtClient& CLIENT, std::int32_t& STATUS)
     bool ok = false;
     try {
         const UserPosition position = gf_rtPosition();
-        const std::string body = fmt::format("GUID={}&toffset={}&lat={:.4F}&lon={:.4F}", guid,
-                                             CLIENT.toffset.load(), position.lat, position.lon);
+        const std::string body = fmt::format("GUID={}&toffset={}&lat={:.4F}&lon={:.4F}", guid, CLIENT.toffset.load(),
+                                             position.lat, position.lon);
         if (gf_postForm(CLIENT, nearestMetarShape, body)) {
             if (CLIENT.content.empty()) {
                 gf_log("nearest metar: empty content");
@@ -158,9 +158,9 @@ CycleEnd lf_rtWeather(RtClient& CLIENT, RtClient& TRAFFIC, std::int32_t& STATUS)
     try {
         const UserPosition position = gf_rtPosition();
         const long altitudeFt = position.altitudeFt < 1 ? 0 : static_cast<long>(position.altitudeFt);
-        const std::string body = fmt::format("GUID={}&querytype=locwx&toffset={}&lat={:.4F}&lon={:.4F}&alt={}&airports={}",
-                                             guid, CLIENT.toffset.load(), position.lat, position.lon, altitudeFt,
-                                             gf_metarStation());
+        const std::string body =
+            fmt::format("GUID={}&querytype=locwx&toffset={}&lat={:.4F}&lon={:.4F}&alt={}&airports={}", guid,
+                        CLIENT.toffset.load(), position.lat, position.lon, altitudeFt, gf_metarStation());
         if (!gf_postForm(CLIENT, weatherShape, body)) return CycleEnd::goOn;
         if (CLIENT.content.empty()) {
             gf_log("Empty content?, no QNH to be found");

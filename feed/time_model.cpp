@@ -37,7 +37,8 @@ void lf_handOverLines(RtClient& CLIENT, int DELAY_SECONDS)
     const std::int32_t base = engineTick + DELAY_SECONDS * ticksPerSecondFeed;
     for (TrafficLine& line : lines) {
         double offset = line.timestamp - median;
-        if (!(std::fabs(offset) <= widestOffsetSeconds)) offset = offset < 0 ? -widestOffsetSeconds : widestOffsetSeconds;
+        if (!(std::fabs(offset) <= widestOffsetSeconds))
+            offset = offset < 0 ? -widestOffsetSeconds : widestOffsetSeconds;
         const auto steps = static_cast<std::int32_t>(std::trunc(offset * stepsPerSecond));
         line.point.dueTick = base + steps * ticksPerStep;
     }

@@ -23,8 +23,8 @@ constexpr double kSecondsPerHour = 3600.0;
 constexpr double kInitialOccupancy = 0.5;      ///< share of stands taken at the start
 constexpr double kFirstDeparturesMinutes = 45; ///< those leave within this time
 constexpr double kTurnaroundMinLo = 25, kTurnaroundMinHi = 55;
-constexpr double kStandMarginSeconds = 120;    ///< a stand is free this long before an arrival
-constexpr double kPushClearSeconds = 240;      ///< and stays taken this long after push-back starts
+constexpr double kStandMarginSeconds = 120; ///< a stand is free this long before an arrival
+constexpr double kPushClearSeconds = 240;   ///< and stays taken this long after push-back starts
 constexpr double kReportAfterArrivalSeconds = 120;
 constexpr double kReportBeforePushSeconds = 180;
 constexpr double kHeavyShare = 0.2;
@@ -48,10 +48,9 @@ struct AirlineEntry {
     const char* iata;
     const char* regPrefix;
 };
-constexpr AirlineEntry kAirlines[] = {{"KLM", "KL", "PH-"}, {"BAW", "BA", "G-"},  {"DLH", "LH", "D-"},
-                                      {"AFR", "AF", "F-"},  {"EZY", "U2", "G-"},  {"RYR", "FR", "EI-"},
-                                      {"SAS", "SK", "SE-"}, {"IBE", "IB", "EC-"}, {"UAE", "EK", "A6-"},
-                                      {"TAP", "TP", "CS-"}};
+constexpr AirlineEntry kAirlines[] = {
+    {"KLM", "KL", "PH-"}, {"BAW", "BA", "G-"},  {"DLH", "LH", "D-"},  {"AFR", "AF", "F-"},  {"EZY", "U2", "G-"},
+    {"RYR", "FR", "EI-"}, {"SAS", "SK", "SE-"}, {"IBE", "IB", "EC-"}, {"UAE", "EK", "A6-"}, {"TAP", "TP", "CS-"}};
 constexpr const char* kOtherAirports[] = {"EGLL", "LFPG", "EDDF", "LEMD", "LIRF", "EKCH", "ESSA",
                                           "LOWW", "LSZH", "EBBR", "LPPT", "OMDB", "EIDW", "EDDM"};
 
@@ -76,16 +75,12 @@ struct Generation {
     std::vector<Movement> movements;
 };
 
-template <typename T, std::size_t N>
-const T& lf_pick(std::mt19937& RANDOM, const T (&TABLE)[N])
+template <typename T, std::size_t N> const T& lf_pick(std::mt19937& RANDOM, const T (&TABLE)[N])
 {
     return TABLE[std::uniform_int_distribution<std::size_t>(0, N - 1)(RANDOM)];
 }
 
-bool lf_chance(std::mt19937& RANDOM, double P)
-{
-    return gf_uniform(RANDOM, 0, 1) < P;
-}
+bool lf_chance(std::mt19937& RANDOM, double P) { return gf_uniform(RANDOM, 0, 1) < P; }
 
 std::string lf_letters(std::mt19937& RANDOM, int COUNT)
 {
@@ -106,18 +101,21 @@ std::string lf_newHexid(Generation& GEN)
 Aircraft lf_airliner(Generation& GEN)
 {
     const AirlineEntry& airline = lf_pick(GEN.random, kAirlines);
-    const TypeEntry& type = lf_chance(GEN.random, kHeavyShare) ? lf_pick(GEN.random, kHeavyTypes)
-                                                               : lf_pick(GEN.random, kMediumTypes);
-    return {lf_newHexid(GEN), type.type, type.category, airline.regPrefix + lf_letters(GEN.random, 3),
-            airline.icao, airline.iata};
+    const TypeEntry& type =
+        lf_chance(GEN.random, kHeavyShare) ? lf_pick(GEN.random, kHeavyTypes) : lf_pick(GEN.random, kMediumTypes);
+    return {lf_newHexid(GEN), type.type,   type.category, airline.regPrefix + lf_letters(GEN.random, 3),
+            airline.icao,     airline.iata};
 }
 
 Aircraft lf_lightAircraft(Generation& GEN)
 {
     const TypeEntry& type = lf_pick(GEN.random, kLightTypes);
-    return {lf_newHexid(GEN), type.type, type.category, "N" + std::to_string(std::uniform_int_distribution<int>(
-                                                                   100, 999)(GEN.random)) + lf_letters(GEN.random, 2),
-            "", ""};
+    return {lf_newHexid(GEN),
+            type.type,
+            type.category,
+            "N" + std::to_string(std::uniform_int_distribution<int>(100, 999)(GEN.random)) + lf_letters(GEN.random, 2),
+            "",
+            ""};
 }
 
 Movement lf_movement(Generation& GEN, const Aircraft& AIRCRAFT, bool ARRIVING)
@@ -164,8 +162,8 @@ void lf_initialOccupants(Generation& GEN, double DURATION)
 {
     for (std::size_t stand = 0; stand < GEN.layout.stands.size(); ++stand) {
         if (!lf_chance(GEN.random, kInitialOccupancy)) continue;
-        const double offBlock = std::round(gf_uniform(GEN.random, kSecondsPerMinute,
-                                                      std::min(DURATION, kFirstDeparturesMinutes * kSecondsPerMinute)));
+        const double offBlock = std::round(
+            gf_uniform(GEN.random, kSecondsPerMinute, std::min(DURATION, kFirstDeparturesMinutes * kSecondsPerMinute)));
         GEN.busy[stand].push_back({-kSecondsPerHour, offBlock + kPushClearSeconds});
         lf_departure(GEN, lf_airliner(GEN), stand, offBlock);
     }
@@ -194,17 +192,18 @@ void lf_arrival(Generation& GEN, double START, double DURATION)
 void lf_overflight(Generation& GEN, double START)
 {
     const bool light = lf_chance(GEN.random, kLightOverflightShare);
-    const double altitudeFt = light ? gf_uniform(GEN.random, 2500, 5500) : 100.0 * std::round(gf_uniform(GEN.random, 100, 390));
+    const double altitudeFt =
+        light ? gf_uniform(GEN.random, 2500, 5500) : 100.0 * std::round(gf_uniform(GEN.random, 100, 390));
     const double speedKt = light ? gf_uniform(GEN.random, 95, 130) : gf_uniform(GEN.random, 280, 480);
     const Aircraft aircraft = light ? lf_lightAircraft(GEN) : lf_airliner(GEN);
     Movement move = lf_movement(GEN, aircraft, lf_chance(GEN.random, 0.5));
-    if (!light) move.origin = lf_pick(GEN.random, kOtherAirports), move.destination = lf_pick(GEN.random, kOtherAirports);
+    if (!light)
+        move.origin = lf_pick(GEN.random, kOtherAirports), move.destination = lf_pick(GEN.random, kOtherAirports);
     lf_fly(GEN, move, gf_overflightRoute(altitudeFt - GEN.setup.elevationFt, speedKt, GEN.random), START);
 }
 
 /// Arrival times with exponential gaps of mean MEAN seconds.
-template <typename F>
-void lf_poisson(Generation& GEN, double PER_HOUR, double DURATION, F&& EACH)
+template <typename F> void lf_poisson(Generation& GEN, double PER_HOUR, double DURATION, F&& EACH)
 {
     if (PER_HOUR <= 0) return;
     std::exponential_distribution<double> gap(PER_HOUR / kSecondsPerHour);
@@ -229,16 +228,39 @@ std::string lf_lineText(const Generation& GEN, const Movement& MOVE, const PathS
     const bool ground = S.altitudeAglFt <= 0;
     const double altitudeFt = GEN.setup.elevationFt + S.altitudeAglFt;
     const nlohmann::json none;
-    const nlohmann::json ias = ground ? none : lf_number(S.speedKt / (1 + 0.02 * std::max(0.0, altitudeFt) / kFeetPerKiloFoot), 1);
+    const nlohmann::json ias =
+        ground ? none : lf_number(S.speedKt / (1 + 0.02 * std::max(0.0, altitudeFt) / kFeetPerKiloFoot), 1);
     const nlohmann::json mach = ground ? none : lf_number(S.speedKt / kMachOneKt, 0.001);
     const Aircraft& a = MOVE.aircraft;
-    const nlohmann::json line = {
-        a.hexid, lf_number(lat, 1e-6), lf_number(lon, 1e-6), lf_number(S.trackDeg, 0.1),
-        lf_number(altitudeFt, 25), lf_number(S.speedKt, 0.1), MOVE.squawk, "", a.type, a.registration,
-        lf_number(GEN.setup.startTime + S.time, 0.01), MOVE.origin, MOVE.destination, MOVE.callsign, ground ? 1 : 0,
-        lf_number(S.verticalSpeedFpm, 64), MOVE.flightNumber, MOVE.source, lf_number(altitudeFt, 25),
-        lf_number(S.verticalSpeedFpm, 64), ias, lf_number(S.speedKt, 1), mach, 0, 0,
-        lf_number(S.headingDeg, 0.1), lf_number(S.headingDeg, 0.1), none, a.category};
+    const nlohmann::json line = {a.hexid,
+                                 lf_number(lat, 1e-6),
+                                 lf_number(lon, 1e-6),
+                                 lf_number(S.trackDeg, 0.1),
+                                 lf_number(altitudeFt, 25),
+                                 lf_number(S.speedKt, 0.1),
+                                 MOVE.squawk,
+                                 "",
+                                 a.type,
+                                 a.registration,
+                                 lf_number(GEN.setup.startTime + S.time, 0.01),
+                                 MOVE.origin,
+                                 MOVE.destination,
+                                 MOVE.callsign,
+                                 ground ? 1 : 0,
+                                 lf_number(S.verticalSpeedFpm, 64),
+                                 MOVE.flightNumber,
+                                 MOVE.source,
+                                 lf_number(altitudeFt, 25),
+                                 lf_number(S.verticalSpeedFpm, 64),
+                                 ias,
+                                 lf_number(S.speedKt, 1),
+                                 mach,
+                                 0,
+                                 0,
+                                 lf_number(S.headingDeg, 0.1),
+                                 lf_number(S.headingDeg, 0.1),
+                                 none,
+                                 a.category};
     return line.dump();
 }
 
@@ -246,8 +268,14 @@ std::string lf_parkedText(Generation& GEN, std::size_t STAND)
 {
     const Aircraft a = lf_airliner(GEN);
     const GeneratorStand& stand = GEN.setup.stands[STAND];
-    const nlohmann::json line = {stand.lat, stand.lon, stand.name, a.type, a.registration, 0,
-                                 fmt::format("{}{}", a.airlineIcao, std::uniform_int_distribution<int>(10, 9899)(GEN.random))};
+    const nlohmann::json line = {
+        stand.lat,
+        stand.lon,
+        stand.name,
+        a.type,
+        a.registration,
+        0,
+        fmt::format("{}{}", a.airlineIcao, std::uniform_int_distribution<int>(10, 9899)(GEN.random))};
     return nlohmann::json{{a.hexid, line}}.dump();
 }
 

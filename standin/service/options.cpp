@@ -53,7 +53,8 @@ double lf_double(const std::string& OPTION, const std::string& TEXT)
     } catch (const std::exception&) {
         used = 0;
     }
-    if (used == 0 || used != TEXT.size()) throw std::invalid_argument(fmt::format("{}: \"{}\" is no number", OPTION, TEXT));
+    if (used == 0 || used != TEXT.size())
+        throw std::invalid_argument(fmt::format("{}: \"{}\" is no number", OPTION, TEXT));
     return value;
 }
 
@@ -62,7 +63,8 @@ long long lf_integer(const std::string& OPTION, const std::string& TEXT, long lo
     const double value = lf_double(OPTION, TEXT);
     if (value != static_cast<double>(static_cast<long long>(value)) || value < static_cast<double>(LO)
         || value > static_cast<double>(HI)) {
-        throw std::invalid_argument(fmt::format("{}: \"{}\" must be a whole number from {} to {}", OPTION, TEXT, LO, HI));
+        throw std::invalid_argument(
+            fmt::format("{}: \"{}\" must be a whole number from {} to {}", OPTION, TEXT, LO, HI));
     }
     return static_cast<long long>(value);
 }
@@ -79,7 +81,8 @@ std::vector<std::string> lf_split(const std::string& TEXT, char SEPARATOR)
 GeneratorStand lf_stand(const std::string& OPTION, const std::vector<std::string>& PARTS)
 {
     constexpr std::size_t kStandFields = 4;
-    if (PARTS.size() != kStandFields) throw std::invalid_argument(fmt::format("{}: a stand is NAME,LAT,LON,HEADING", OPTION));
+    if (PARTS.size() != kStandFields)
+        throw std::invalid_argument(fmt::format("{}: a stand is NAME,LAT,LON,HEADING", OPTION));
     return {PARTS[0], lf_double(OPTION, PARTS[1]), lf_double(OPTION, PARTS[2]), lf_double(OPTION, PARTS[3])};
 }
 
@@ -89,14 +92,24 @@ const std::map<std::string, Handler>& lf_handlers()
 {
     constexpr long long kMaxPort = 65535, kMaxPace = 3600000, kMaxSeed = 4294967295LL;
     static const std::map<std::string, Handler> handlers = {
-        {"--port", [](ServiceOptions& O, const std::string& V) { O.server.port = static_cast<int>(lf_integer("--port", V, 0, kMaxPort)); }},
+        {"--port",
+         [](ServiceOptions& O, const std::string& V) {
+             O.server.port = static_cast<int>(lf_integer("--port", V, 0, kMaxPort));
+         }},
         {"--traffic", [](ServiceOptions& O, const std::string& V) { O.trafficPath = V; }},
         {"--parked", [](ServiceOptions& O, const std::string& V) { O.parkedPath = V; }},
         {"--downloads", [](ServiceOptions& O, const std::string& V) { O.server.downloadsFolder = V; }},
         {"--request-log", [](ServiceOptions& O, const std::string& V) { O.server.requestLogPath = V; }},
-        {"--rrl", [](ServiceOptions& O, const std::string& V) { O.service.rrlMs = static_cast<std::int32_t>(lf_integer("--rrl", V, 1, kMaxPace)); }},
-        {"--wrrl", [](ServiceOptions& O, const std::string& V) { O.service.wrrlMs = static_cast<std::int32_t>(lf_integer("--wrrl", V, 1, kMaxPace)); }},
-        {"--qnh", [](ServiceOptions& O, const std::string& V) {
+        {"--rrl",
+         [](ServiceOptions& O, const std::string& V) {
+             O.service.rrlMs = static_cast<std::int32_t>(lf_integer("--rrl", V, 1, kMaxPace));
+         }},
+        {"--wrrl",
+         [](ServiceOptions& O, const std::string& V) {
+             O.service.wrrlMs = static_cast<std::int32_t>(lf_integer("--wrrl", V, 1, kMaxPace));
+         }},
+        {"--qnh",
+         [](ServiceOptions& O, const std::string& V) {
              try {
                  O.service.qnh = nlohmann::json::parse(V);
              } catch (const nlohmann::json::exception&) {
@@ -106,12 +119,17 @@ const std::map<std::string, Handler>& lf_handlers()
         {"--station", [](ServiceOptions& O, const std::string& V) { O.service.station = V; }},
         {"--license", [](ServiceOptions& O, const std::string& V) { O.service.licences.push_back(V); }},
         {"--licence", [](ServiceOptions& O, const std::string& V) { O.service.licences.push_back(V); }},
-        {"--session-timeout", [](ServiceOptions& O, const std::string& V) { O.service.sessionTimeoutSeconds = lf_double("--session-timeout", V); }},
-        {"--replay-start", [](ServiceOptions& O, const std::string& V) { O.replayStart = lf_double("--replay-start", V); }},
+        {"--session-timeout",
+         [](ServiceOptions& O, const std::string& V) {
+             O.service.sessionTimeoutSeconds = lf_double("--session-timeout", V);
+         }},
+        {"--replay-start",
+         [](ServiceOptions& O, const std::string& V) { O.replayStart = lf_double("--replay-start", V); }},
         {"--fail", [](ServiceOptions& O, const std::string& V) { O.failures.push_back(gf_parseFailure(V)); }},
         {"--generate", [](ServiceOptions& O, const std::string& V) { O.generatePath = V; }},
         {"--parked-out", [](ServiceOptions& O, const std::string& V) { O.parkedOutPath = V; }},
-        {"--runway", [](ServiceOptions& O, const std::string& V) {
+        {"--runway",
+         [](ServiceOptions& O, const std::string& V) {
              const auto parts = lf_split(V, ',');
              constexpr std::size_t kRunwayFields = 4;
              if (parts.size() != kRunwayFields) throw std::invalid_argument("--runway: LAT1,LON1,LAT2,LON2");
@@ -121,18 +139,27 @@ const std::map<std::string, Handler>& lf_handlers()
              g.runwayLat2 = lf_double("--runway", parts[2]);
              g.runwayLon2 = lf_double("--runway", parts[3]);
          }},
-        {"--stand", [](ServiceOptions& O, const std::string& V) { O.generator.stands.push_back(lf_stand("--stand", lf_split(V, ','))); }},
-        {"--stands", [](ServiceOptions& O, const std::string& V) {
+        {"--stand", [](ServiceOptions& O,
+                       const std::string& V) { O.generator.stands.push_back(lf_stand("--stand", lf_split(V, ','))); }},
+        {"--stands",
+         [](ServiceOptions& O, const std::string& V) {
              for (auto& stand : gf_readStandFile(V)) O.generator.stands.push_back(std::move(stand));
          }},
         {"--airport", [](ServiceOptions& O, const std::string& V) { O.generator.airport = V; }},
-        {"--elevation", [](ServiceOptions& O, const std::string& V) { O.generator.elevationFt = lf_double("--elevation", V); }},
+        {"--elevation",
+         [](ServiceOptions& O, const std::string& V) { O.generator.elevationFt = lf_double("--elevation", V); }},
         {"--start", [](ServiceOptions& O, const std::string& V) { O.generator.startTime = lf_double("--start", V); }},
         {"--minutes", [](ServiceOptions& O, const std::string& V) { O.generator.minutes = lf_double("--minutes", V); }},
-        {"--seed", [](ServiceOptions& O, const std::string& V) { O.generator.seed = static_cast<unsigned>(lf_integer("--seed", V, 0, kMaxSeed)); }},
-        {"--movements", [](ServiceOptions& O, const std::string& V) { O.generator.movementsPerHour = lf_double("--movements", V); }},
-        {"--overflights", [](ServiceOptions& O, const std::string& V) { O.generator.overflightsPerHour = lf_double("--overflights", V); }},
-        {"--interval", [](ServiceOptions& O, const std::string& V) { O.generator.intervalSeconds = lf_double("--interval", V); }},
+        {"--seed",
+         [](ServiceOptions& O, const std::string& V) {
+             O.generator.seed = static_cast<unsigned>(lf_integer("--seed", V, 0, kMaxSeed));
+         }},
+        {"--movements",
+         [](ServiceOptions& O, const std::string& V) { O.generator.movementsPerHour = lf_double("--movements", V); }},
+        {"--overflights", [](ServiceOptions& O,
+                             const std::string& V) { O.generator.overflightsPerHour = lf_double("--overflights", V); }},
+        {"--interval",
+         [](ServiceOptions& O, const std::string& V) { O.generator.intervalSeconds = lf_double("--interval", V); }},
     };
     return handlers;
 }

@@ -9,7 +9,7 @@ namespace orv::test {
 namespace {
 
 class Client : public ServiceFeedTest {
-protected:
+  protected:
     std::shared_ptr<FeedSession> login()
     {
         lf_startRt();
@@ -139,11 +139,13 @@ TEST_F(Client, FormBodiesCarryTheirNumbersAsTheFormatsSay)
     EXPECT_EQ(metar[0]["body"], "GUID=" + guid + "&toffset=0&lat=52.3086&lon=4.7639");
     const auto weather = requestsTo("/v4/weather");
     ASSERT_EQ(weather.size(), 2u);
-    EXPECT_EQ(weather[0]["body"], "GUID=" + guid + "&querytype=locwx&toffset=0&lat=52.3086&lon=4.7639&alt=1200&airports=");
-    EXPECT_EQ(weather[1]["body"], "GUID=" + guid + "&querytype=locwx&toffset=0&lat=52.3086&lon=4.7639&alt=1200&airports=EHAM");
+    EXPECT_EQ(weather[0]["body"],
+              "GUID=" + guid + "&querytype=locwx&toffset=0&lat=52.3086&lon=4.7639&alt=1200&airports=");
+    EXPECT_EQ(weather[1]["body"],
+              "GUID=" + guid + "&querytype=locwx&toffset=0&lat=52.3086&lon=4.7639&alt=1200&airports=EHAM");
     const Box box = gf_rtBox();
-    const std::string area = fmt::format("top={:.2f}&bottom={:.2f}&left={:.2f}&right={:.2f}", box.top, box.bottom,
-                                         box.left, box.right);
+    const std::string area =
+        fmt::format("top={:.2f}&bottom={:.2f}&left={:.2f}&right={:.2f}", box.top, box.bottom, box.left, box.right);
     const auto traffic = requestsTo("/v4/traffic");
     ASSERT_EQ(traffic.size(), 2u);
     EXPECT_EQ(traffic[0]["body"], "GUID=" + guid + "&" + area + "&querytype=locationtraffic&toffset=0");
@@ -245,7 +247,7 @@ TEST_F(Client, WeatherStatusesAndEmptyAnswers)
 }
 
 class ParkedClient : public Client {
-protected:
+  protected:
     void SetUp() override
     {
         Client::SetUp();
@@ -264,15 +266,14 @@ protected:
         // Ages in half hours: D1 twice (1 and 3), D2 with KLM1 again at D3
         // (younger), D4 too old, D5 fresh; one report far outside the box.
         const auto at = [&](int HALF_HOURS) { return static_cast<long long>(NOW) - HALF_HOURS * 1800; };
-        return fmt::format(
-            "{{\"400001\": [52.3090, 4.7610, \"D1\", \"B738\", \"PH-AAA\", {}, \"KLM1\"]}}\n"
-            "{{\"400002\": [52.3091, 4.7611, \"D1\", \"A320\", \"PH-AAB\", {}, \"KLM2\"]}}\n"
-            "{{\"400003\": [52.3092, 4.7612, \"D2\", \"B738\", \"PH-AAC\", {}, \"KLM3\"]}}\n"
-            "{{\"400004\": [52.3093, 4.7613, \"D3\", \"B738\", \"PH-AAD\", {}, \"KLM3\"]}}\n"
-            "{{\"400005\": [52.3094, 4.7614, \"D4\", \"B738\", \"PH-AAE\", {}, \"KLM5\"]}}\n"
-            "{{\"400006\": [52.3095, 4.7615, \"D5\", \"B738\", \"PH-AAF\", 0, \"KLM6\"]}}\n"
-            "{{\"400007\": [51.0000, 4.0000, \"X1\", \"B738\", \"PH-AAG\", 0, \"KLM7\"]}}\n",
-            at(3), at(1), at(4), at(2), at(9));
+        return fmt::format("{{\"400001\": [52.3090, 4.7610, \"D1\", \"B738\", \"PH-AAA\", {}, \"KLM1\"]}}\n"
+                           "{{\"400002\": [52.3091, 4.7611, \"D1\", \"A320\", \"PH-AAB\", {}, \"KLM2\"]}}\n"
+                           "{{\"400003\": [52.3092, 4.7612, \"D2\", \"B738\", \"PH-AAC\", {}, \"KLM3\"]}}\n"
+                           "{{\"400004\": [52.3093, 4.7613, \"D3\", \"B738\", \"PH-AAD\", {}, \"KLM3\"]}}\n"
+                           "{{\"400005\": [52.3094, 4.7614, \"D4\", \"B738\", \"PH-AAE\", {}, \"KLM5\"]}}\n"
+                           "{{\"400006\": [52.3095, 4.7615, \"D5\", \"B738\", \"PH-AAF\", 0, \"KLM6\"]}}\n"
+                           "{{\"400007\": [51.0000, 4.0000, \"X1\", \"B738\", \"PH-AAG\", 0, \"KLM7\"]}}\n",
+                           at(3), at(1), at(4), at(2), at(9));
     }
 };
 
@@ -289,8 +290,10 @@ TEST_F(ParkedClient, YoungestFirstOnePerStandAndCallsign)
     EXPECT_EQ(stands, (std::vector<std::string>{"D5", "D1", "D3"}));
     EXPECT_EQ(ages, (std::vector<std::int32_t>{0, 1, 2}));
     const Box box = gf_boxAround(parkAirport, 3.0);
-    EXPECT_NE(requestsTo("/v4/traffic").at(0)["body"].get<std::string>().find(
-                  fmt::format("top={:.2f}&bottom={:.2f}", box.top, box.bottom)),
+    EXPECT_NE(requestsTo("/v4/traffic")
+                  .at(0)["body"]
+                  .get<std::string>()
+                  .find(fmt::format("top={:.2f}&bottom={:.2f}", box.top, box.bottom)),
               std::string::npos);
 
     gf_holdReader(session->traffic, 250);

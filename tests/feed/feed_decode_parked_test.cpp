@@ -9,7 +9,7 @@ namespace {
 constexpr double reportAt1345 = 1700142300; // Thu 16 Nov 2023 13:45:00 UTC
 
 class ParkedDecoder : public FeedTest {
-protected:
+  protected:
     void SetUp() override
     {
         FeedTest::SetUp();
@@ -68,7 +68,8 @@ TEST_F(ParkedDecoder, TypeComesFromTheTablesAndFamiliesBecomeVariants)
     EXPECT_EQ(decodeParked(line("ZZZZ", "PH-BXA", "KLM1"))->icaoType, "B738");
     EXPECT_EQ(decodeParked(line("0", "G-EUPA", "BAW1"))->icaoType, "A320");
     EXPECT_FALSE(decodeParked(line("ZZZZ", "D-ABCD", "DLH1"))) << "no type at all";
-    for (const auto& [family, variant] : {std::pair{"A380", "A388"}, {"B767", "B763"}, {"B747", "B744"}, {"B757", "B752"}}) {
+    for (const auto& [family, variant] :
+         {std::pair{"A380", "A388"}, {"B767", "B763"}, {"B747", "B744"}, {"B757", "B752"}}) {
         const auto parked = decodeParked(line(family, "", "XYZ1"));
         ASSERT_TRUE(parked) << family;
         EXPECT_EQ(parked->icaoType, variant);
@@ -98,7 +99,8 @@ TEST_F(ParkedDecoder, ACallsignThatIsARegistrationFillsIt)
 TEST_F(ParkedDecoder, ClassesOutsideTheChosenOnesAreRefused)
 {
     for (const auto& [type, flag] : {std::pair{"C172", &DecodeView::lightAircraft},
-                                     {"H145", &DecodeView::helicopters}, {"F16", &DecodeView::highPerfAircraft}}) {
+                                     {"H145", &DecodeView::helicopters},
+                                     {"F16", &DecodeView::highPerfAircraft}}) {
         client.view.*flag = false;
         EXPECT_FALSE(decodeParked(line(type, "", "ABC1"))) << type;
         client.view.*flag = true;
@@ -117,7 +119,8 @@ TEST_F(ParkedDecoder, TakenStandsAndStandsThatAreNoTextAreRefused)
     EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1")));
     EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1", 12)));
     EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1", nullptr)));
-    EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1", ""))) << "no stand is reserved, so an empty name is none of them";
+    EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1", "")))
+        << "no stand is reserved, so an empty name is none of them";
 }
 
 TEST_F(ParkedDecoder, KeyPositionAndTime)

@@ -17,20 +17,28 @@ namespace {
 constexpr int fuzzRounds = 20000;
 
 class RandomJson {
-public:
+  public:
     explicit RandomJson(unsigned SEED) : random_(SEED) {}
 
     nlohmann::json value(int DEPTH = 0)
     {
         switch (pick(DEPTH < 2 ? 9 : 7)) {
-        case 0: return nullptr;
-        case 1: return pick(2) == 1;
-        case 2: return integer();
-        case 3: return real();
-        case 4: return text();
-        case 5: return word();
-        case 6: return hexText();
-        case 7: return array(DEPTH + 1, pick(6));
+        case 0:
+            return nullptr;
+        case 1:
+            return pick(2) == 1;
+        case 2:
+            return integer();
+        case 3:
+            return real();
+        case 4:
+            return text();
+        case 5:
+            return word();
+        case 6:
+            return hexText();
+        case 7:
+            return array(DEPTH + 1, pick(6));
         default: {
             nlohmann::json object = nlohmann::json::object();
             for (int i = pick(4); i > 0; --i) object[word()] = value(DEPTH + 1);
@@ -59,31 +67,52 @@ public:
     }
     int pick(int N) { return std::uniform_int_distribution<int>(0, N - 1)(random_); }
 
-private:
+  private:
     nlohmann::json integer()
     {
-        static const long long edges[] = {0, -1, 1, 10000, 10001, 360, 361, 1013, 2992, 14000,
-                                          std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()};
+        static const long long edges[] = {0,
+                                          -1,
+                                          1,
+                                          10000,
+                                          10001,
+                                          360,
+                                          361,
+                                          1013,
+                                          2992,
+                                          14000,
+                                          std::numeric_limits<long long>::max(),
+                                          std::numeric_limits<long long>::min()};
         if (pick(3) == 0) return edges[pick(static_cast<int>(std::size(edges)))];
         return std::uniform_int_distribution<long long>(-100000, 100000)(random_);
     }
     nlohmann::json real()
     {
-        static const double edges[] = {0.0, -0.0, 1e308, -1e308, 90.0, -180.0, 0.0009, 0.05, 360.0001,
-                                       std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()};
+        static const double edges[] = {0.0,
+                                       -0.0,
+                                       1e308,
+                                       -1e308,
+                                       90.0,
+                                       -180.0,
+                                       0.0009,
+                                       0.05,
+                                       360.0001,
+                                       std::numeric_limits<double>::quiet_NaN(),
+                                       std::numeric_limits<double>::infinity()};
         if (pick(3) == 0) return edges[pick(static_cast<int>(std::size(edges)))];
         return std::uniform_real_distribution<double>(-1000, 1000)(random_);
     }
     std::string text()
     {
         std::string out;
-        for (int i = pick(20); i > 0; --i) out += static_cast<char>(std::uniform_int_distribution<int>(1, 255)(random_));
+        for (int i = pick(20); i > 0; --i)
+            out += static_cast<char>(std::uniform_int_distribution<int>(1, 255)(random_));
         return out;
     }
     std::string word()
     {
-        static const char* words[] = {"F", "null", "ZZZZ", "0", "adsb_icao", "B738", "GLID", "A3", "B1", "TOW 1",
-                                      "KLM1", "@", "", "PH-BXA", "AIRPORT1", "GLIDER", "A380", ".X", "00000"};
+        static const char* words[] = {"F",        "null",   "ZZZZ",  "0",    "adsb_icao", "B738", "GLID",
+                                      "A3",       "B1",     "TOW 1", "KLM1", "@",         "",     "PH-BXA",
+                                      "AIRPORT1", "GLIDER", "A380",  ".X",   "00000"};
         return words[pick(static_cast<int>(std::size(words)))];
     }
     std::string hexText()
@@ -119,7 +148,7 @@ void expectKeptLiveRules(const TrafficLine& L)
 }
 
 class DecoderFuzz : public FeedTest {
-protected:
+  protected:
     void SetUp() override
     {
         FeedTest::SetUp();
@@ -147,7 +176,8 @@ TEST_F(DecoderFuzz, LiveDecoderTakesRandomJsonWithoutHarm)
         client.line = random.pick(2) == 0 ? random.value() : random.damaged(goodLiveLine());
         client.qnh = 1013 + random.pick(41) - 20;
         client.view.autoRangeActive = random.pick(2) == 0;
-        ASSERT_NO_THROW(processLine(client)) << client.line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+        ASSERT_NO_THROW(processLine(client))
+            << client.line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
         for (const TrafficLine& line : client.lines) expectKeptLiveRules(line);
         kept += client.lines.size();
     }

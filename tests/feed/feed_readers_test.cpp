@@ -12,7 +12,7 @@ namespace {
 constexpr std::int32_t nowTick = 70000;
 
 class Readers : public ServiceFeedTest {
-protected:
+  protected:
     void SetUp() override
     {
         ServiceFeedTest::SetUp();
@@ -91,7 +91,8 @@ TEST_F(Readers, KeepThePacesAndHandHistoryAndLiveLinesOver)
     ASSERT_EQ(history.size(), 30u);
     for (const TrafficLine& line : history) {
         const std::int32_t ahead = line.point.dueTick - nowTick;
-        EXPECT_TRUE(ahead >= -100 && ahead <= 2500) << ahead << " due " << line.point.dueTick << " ts " << line.timestamp;
+        EXPECT_TRUE(ahead >= -100 && ahead <= 2500)
+            << ahead << " due " << line.point.dueTick << " ts " << line.timestamp;
     }
     // Live answers land 30 s ahead, keeping the relative times of the lines.
     std::vector<TrafficLine> live;
@@ -125,7 +126,8 @@ TEST_F(Readers, SessionDroppedByTheServiceRestartsTheProgram)
     fail("traffic:401:1:1");
     startSession();
     ASSERT_TRUE(eventually([] { return exitReason.load() == RESTART; }));
-    EXPECT_TRUE(eventually([] { return logText().find("The Traffic Reader has stopped with an error") != std::string::npos; }));
+    EXPECT_TRUE(
+        eventually([] { return logText().find("The Traffic Reader has stopped with an error") != std::string::npos; }));
     EXPECT_NE(logText().find("re-authentication to RT API is needed, restart TAVO"), std::string::npos);
     EXPECT_FALSE(readerFailed);
     ASSERT_TRUE(eventually([] { return !gf_finalExitRunning(); }));
@@ -154,15 +156,14 @@ TEST_P(ReaderEndings, EndTheReaderAndMarkTheSessionFailed)
     expectNoRequestInsideThePaces();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Statuses, ReaderEndings,
-    ::testing::Values(EndingCase{"traffic:400:1:1", "Traffic RT API: parameter fault"},
-                      EndingCase{"traffic:403:1:1", "Traffic RT API error: 403"},
-                      EndingCase{"traffic:500:1:1", "Traffic RT API error: 500"},
-                      EndingCase{"traffic:textstatus:1:1", "Traffic RT API error: 100"},
-                      EndingCase{"weather:400", "Weather RT API: parameter fault"},
-                      EndingCase{"nearestmetar:400", "Weather RT API: parameter fault"},
-                      EndingCase{"weather:403", "Weather RT API error: 403"}));
+INSTANTIATE_TEST_SUITE_P(Statuses, ReaderEndings,
+                         ::testing::Values(EndingCase{"traffic:400:1:1", "Traffic RT API: parameter fault"},
+                                           EndingCase{"traffic:403:1:1", "Traffic RT API error: 403"},
+                                           EndingCase{"traffic:500:1:1", "Traffic RT API error: 500"},
+                                           EndingCase{"traffic:textstatus:1:1", "Traffic RT API error: 100"},
+                                           EndingCase{"weather:400", "Weather RT API: parameter fault"},
+                                           EndingCase{"nearestmetar:400", "Weather RT API: parameter fault"},
+                                           EndingCase{"weather:403", "Weather RT API error: 403"}));
 
 TEST_F(Readers, SlowDownsAndSoftFailuresKeepTheReadersGoing)
 {
@@ -230,8 +231,10 @@ TEST_F(Readers, ReadersOfAFailedLoginEndAtOnce)
     failWith("auth", ""); // no JSON: logged, no exception, no session
     startSession();
     ASSERT_TRUE(eventually([] { return readerFailed.load(); }));
-    EXPECT_TRUE(eventually([] { return logText().find("The Traffic Reader has stopped with an error") != std::string::npos
-                                       || logText().find("The WeatherReader has stopped with an error") != std::string::npos; }));
+    EXPECT_TRUE(eventually([] {
+        return logText().find("The Traffic Reader has stopped with an error") != std::string::npos
+               || logText().find("The WeatherReader has stopped with an error") != std::string::npos;
+    }));
     EXPECT_TRUE(gf_weatherReceived()) << "the start-up doesn't wait for weather that won't come";
     EXPECT_TRUE(requestsTo("/v4/traffic").empty());
 }

@@ -176,7 +176,8 @@ TEST(ServiceGenerator, StandingAircraftStandOnAStandWithTheirNoseIn)
                 EXPECT_NEAR(p[25].get<double>(), stand->headingDeg, 0.2) << hexid;
                 ++checked;
             } else {
-                EXPECT_TRUE(nearest < 150.0 || fromRunway < 300.0) << hexid << " stands still at " << p[1] << "," << p[2];
+                EXPECT_TRUE(nearest < 150.0 || fromRunway < 300.0)
+                    << hexid << " stands still at " << p[1] << "," << p[2];
             }
         }
     }

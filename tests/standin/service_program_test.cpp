@@ -68,11 +68,12 @@ TEST(ServiceProgram, ServesOnThePrintedAddressAndEndsOnSigterm)
     TempDir dir(false);
     std::stringstream recording;
     writeFile(dir / "traffic.jsonl", liveLine("a1b2c3", 52.5, 4.5, 1000).dump() + "\n");
-    writeFile(dir / "parked.jsonl", R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 0, "KLM1"]})" "\n");
+    writeFile(dir / "parked.jsonl", R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 0, "KLM1"]})"
+                                    "\n");
     writeFile(dir / "downloads/dbase.zip", "zip");
     Program program({"--port", "0", "--traffic", (dir / "traffic.jsonl").string(), "--parked",
-                     (dir / "parked.jsonl").string(), "--downloads", (dir / "downloads").string(),
-                     "--request-log", (dir / "requests.jsonl").string()});
+                     (dir / "parked.jsonl").string(), "--downloads", (dir / "downloads").string(), "--request-log",
+                     (dir / "requests.jsonl").string()});
     ASSERT_GT(program.pid, 0);
     const std::string first = program.readLine();
     std::smatch match;
@@ -81,9 +82,10 @@ TEST(ServiceProgram, ServesOnThePrintedAddressAndEndsOnSigterm)
     const auto login = client.Post("/v4/auth", "license=K&software=T", "application/x-www-form-urlencoded");
     ASSERT_TRUE(login);
     const auto guid = nlohmann::json::parse(login->body)["GUID"].get<std::string>();
-    const auto parked = client.Post("/v4/traffic",
-                                    "GUID=" + guid + "&top=52.50&bottom=52.00&left=4.50&right=5.00&querytype=parkedtraffic&toffset=0",
-                                    "application/x-www-form-urlencoded");
+    const auto parked =
+        client.Post("/v4/traffic",
+                    "GUID=" + guid + "&top=52.50&bottom=52.00&left=4.50&right=5.00&querytype=parkedtraffic&toffset=0",
+                    "application/x-www-form-urlencoded");
     ASSERT_TRUE(parked);
     EXPECT_TRUE(nlohmann::json::parse(parked->body)["data"].contains("4840d6"));
     const auto download = client.Get("/downloads/dbase.zip");
@@ -113,9 +115,12 @@ TEST(ServiceProgram, RefusesUnknownOptionsAndFaultyFiles)
 {
     TempDir dir(false);
     writeFile(dir / "bad.jsonl", "[1,2]\n");
-    for (const std::vector<std::string>& args :
-         {std::vector<std::string>{"--bogus"}, {"--port"}, {"--port", "70000"}, {"--fail", "traffic:lunch"},
-          {"--traffic", (dir / "bad.jsonl").string(), "--port", "0"}, {"--traffic", (dir / "none.jsonl").string()}}) {
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"--bogus"},
+                                                 {"--port"},
+                                                 {"--port", "70000"},
+                                                 {"--fail", "traffic:lunch"},
+                                                 {"--traffic", (dir / "bad.jsonl").string(), "--port", "0"},
+                                                 {"--traffic", (dir / "none.jsonl").string()}}) {
         Program program(args);
         ASSERT_GT(program.pid, 0);
         EXPECT_EQ(program.wait(), 2) << args[0];

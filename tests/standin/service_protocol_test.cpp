@@ -107,7 +107,8 @@ TEST(ServicePaces, ParkedTrafficHasItsOwnPace)
     ServiceDriver d;
     const std::string guid = d.login();
     d.now += 3;
-    const std::string parked = "GUID=" + guid + "&top=53.00&bottom=52.00&left=4.00&right=5.00&querytype=parkedtraffic&toffset=0";
+    const std::string parked =
+        "GUID=" + guid + "&top=53.00&bottom=52.00&left=4.00&right=5.00&querytype=parkedtraffic&toffset=0";
     EXPECT_EQ(d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid))["status"], 200);
     EXPECT_EQ(d.postJson("/v4/traffic", parked)["status"], 200);
     d.now += 0.5;
@@ -132,10 +133,7 @@ struct BadRequest {
     const char* body; ///< "{}" stands for the GUID
 };
 
-void PrintTo(const BadRequest& REQUEST, std::ostream* OUT)
-{
-    *OUT << REQUEST.path << " " << REQUEST.body;
-}
+void PrintTo(const BadRequest& REQUEST, std::ostream* OUT) { *OUT << REQUEST.path << " " << REQUEST.body; }
 
 class ServiceParameterFaults : public ::testing::TestWithParam<BadRequest> {};
 
@@ -152,16 +150,18 @@ TEST_P(ServiceParameterFaults, AnswerStatus400)
 INSTANTIATE_TEST_SUITE_P(
     Table, ServiceParameterFaults,
     ::testing::Values(
-        BadRequest{"/v4/auth", "software=TAVO_1"},
-        BadRequest{"/v4/auth", "license=K2"},
+        BadRequest{"/v4/auth", "software=TAVO_1"}, BadRequest{"/v4/auth", "license=K2"},
         BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&querytype=locationtraffic&toffset=0"},
         BadRequest{"/v4/traffic", "GUID={}&top=51&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0"},
         BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=-1"},
         BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=40321"},
         BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=1.5"},
         BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=everything&toffset=0"},
-        BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0&buffercount=0&buffertime=6"},
-        BadRequest{"/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0&buffercount=5"},
+        BadRequest{
+            "/v4/traffic",
+            "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0&buffercount=0&buffertime=6"},
+        BadRequest{"/v4/traffic",
+                   "GUID={}&top=53&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0&buffercount=5"},
         BadRequest{"/v4/traffic", "GUID={}&top=x&bottom=52&left=4&right=5&querytype=locationtraffic&toffset=0"},
         BadRequest{"/v4/nearestmetar", "GUID={}&toffset=0&lat=95&lon=4"},
         BadRequest{"/v4/nearestmetar", "GUID={}&toffset=0&lat=52"},
@@ -180,7 +180,8 @@ TEST(ServiceWeather, NearestStationAndQnhAsConfigured)
     EXPECT_EQ(metar["data"][0]["ICAO"], "EGLL");
     d.now += 3;
     // An empty airports value is allowed and answered for the nearest station.
-    const auto weather = d.postJson("/v4/weather", "GUID=" + guid + "&querytype=locwx&toffset=0&lat=51.4&lon=-0.4&alt=0&airports=");
+    const auto weather =
+        d.postJson("/v4/weather", "GUID=" + guid + "&querytype=locwx&toffset=0&lat=51.4&lon=-0.4&alt=0&airports=");
     EXPECT_EQ(weather["data"]["QNH"], "29.92");
     EXPECT_EQ(weather["data"]["ICAO"], "EGLL");
     d.state.setup.station.clear();

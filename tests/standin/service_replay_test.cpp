@@ -131,8 +131,7 @@ TEST(ServiceReplay, BufferedSlicesStepBackFromTheAskedTime)
     d.state.clock = ReplayClock{d.now - kT0 - 100, false}; // now shows kT0 + 100
     const std::string guid = d.login();
     d.now += 3; // kT0 + 103, minus one minute of toffset: kT0 + 43
-    const auto answer = d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid, 1)
-                                                      + "&buffercount=5&buffertime=6");
+    const auto answer = d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid, 1) + "&buffercount=5&buffertime=6");
     ASSERT_EQ(answer["status"], 200);
     const double shift = d.state.clock.shiftSeconds;
     for (int i = 0; i < 5; ++i) {
@@ -149,9 +148,11 @@ TEST(ServiceReplay, BufferedSlicesStepBackFromTheAskedTime)
 TEST(ServiceParked, BoxAndFreshReportTimes)
 {
     std::stringstream text;
-    text << R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 1600000000, "KLM1"], "4840d7": [52.31, 4.77, "A4", "A320", "PH-ABC", 0, "null"]})"
+    text << R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 1600000000, "KLM1"], )"
+         << R"("4840d7": [52.31, 4.77, "A4", "A320", "PH-ABC", 0, "null"]})"
          << "\n\n"
-         << R"({"3c6444": [50.03, 8.57, "V1", "A359", "D-AIXA", 0, "DLH400"]})" << "\n";
+         << R"({"3c6444": [50.03, 8.57, "V1", "A359", "D-AIXA", 0, "DLH400"]})"
+         << "\n";
     const ParkedTraffic parked = gf_readParked(text, "parked");
     ASSERT_EQ(parked.entries.size(), 3u);
     const auto data = gf_parkedSnapshot(parked, RequestBox{52.5, 52.0, 4.5, 5.0}, kT0 + 0.7);
