@@ -16,6 +16,10 @@ namespace orv {
 namespace {
 
 constexpr std::int32_t takeoffThrottleFull = 4, takeoffThrottleHigh = 2, takeoffThrottleLow = 1;
+/// The speeds (front, next) from which a take-off roll runs at each throttle index.
+constexpr double fullFrontKt = 25, fullNextKt = 30, highFrontKt = 20, highNextKt = 25, lowFrontKt = 15, lowNextKt = 20;
+constexpr double turningDeg = 3.0;     ///< a smaller difference to the target heading is no turn
+constexpr double pullOutWithinDeg = 90.0; ///< leaving towards the stand's heading is a pull out
 
 /// An aircraft that can go on no further: a parked one just goes, any other
 /// first teaches the stand learning what it can.
@@ -30,9 +34,9 @@ std::int32_t lf_rollThrottle(const act& RECORD)
 {
     if (lf_isHelicopter(RECORD)) return takeoffThrottleFull;
     const double s0 = RECORD.track[0].groundSpeed, s1 = RECORD.track[1].groundSpeed;
-    if (s0 >= 25 || s1 >= 30) return takeoffThrottleFull;
-    if (s0 >= 20 || s1 >= 25) return takeoffThrottleHigh;
-    if (s0 >= 15 || s1 >= 20) return takeoffThrottleLow;
+    if (s0 >= fullFrontKt || s1 >= fullNextKt) return takeoffThrottleFull;
+    if (s0 >= highFrontKt || s1 >= highNextKt) return takeoffThrottleHigh;
+    if (s0 >= lowFrontKt || s1 >= lowNextKt) return takeoffThrottleLow;
     return 0;
 }
 
@@ -48,7 +52,7 @@ void lf_nextPosGround(act& RECORD)
             RECORD.turning = false;
         } else {
             RECORD.turnAngle = std::fabs(gf_angleDiff(RECORD.targetHeading, RECORD.heading)) * radToDeg;
-            RECORD.turning = RECORD.turnAngle > 3.0;
+            RECORD.turning = RECORD.turnAngle > turningDeg;
         }
         if (RECORD.phase == Phase::moving) lf_arrivalCheck(RECORD);
         break;
@@ -59,7 +63,7 @@ void lf_nextPosGround(act& RECORD)
             const TrackPoint& last = RECORD.track.back();
             const double course = gf_bearing(RECORD.standPos.lat, RECORD.standPos.lon, last.lat, last.lon);
             const double offDeg = std::round(gf_angleDiff(course, RECORD.standHeading) * radToDeg);
-            if (std::fabs(offDeg) < 90.0)
+            if (std::fabs(offDeg) < pullOutWithinDeg)
                 lf_pullOut(RECORD);
             else
                 lf_pushBack(RECORD);

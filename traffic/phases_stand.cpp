@@ -22,6 +22,8 @@ constexpr std::int32_t towedHeavyTicks = 360000, towedLargeTicks = 150000, towed
 constexpr double pullOutSpans = 2.0;   ///< half wing spans ahead of the stand
 constexpr double pushRadii = 2.5;      ///< stand radii behind it
 constexpr std::uint32_t engineEventData = 0;
+/// Nautical miles: more than any distance, so that the first point after a push is never taken for it.
+constexpr double pullOutUnknownNm = 900;
 
 double lf_metres(double NM) { return NM * metresPerNm; }
 
@@ -217,7 +219,7 @@ void lf_pushStage(act& RECORD)
         gf_setFlaps(RECORD, 1);
         RECORD.setPhase(Phase::pushedBack);
         RECORD.pushStage = 1;
-        RECORD.pullOutDistance = 900;
+        RECORD.pullOutDistance = pullOutUnknownNm;
         RECORD.predictedPoints = 0;
         RECORD.standLeft = false;
         RECORD.turning = false;

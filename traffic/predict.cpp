@@ -57,26 +57,40 @@ bool lf_hold(act& RECORD)
     return true;
 }
 
-/// The speed of a take-off roll going on by itself, and its climb.
+/// A take-off roll going on by itself: up to this speed the next is that, with that climb.
+struct RollStep {
+    double upToKt, nextKt, verticalSpeedFpm;
+};
+constexpr RollStep rollFaster[] = {{30, 40, 0}, {60, 80, 0}, {100, 110, 0}, {140, 150, 600}, {160, 170, 1200}};
+constexpr RollStep rollFastest{0, 180, 2400};
+/// A rollout going on by itself: from this speed on the next is that.
+struct SlowStep {
+    double fromKt, nextKt;
+};
+constexpr SlowStep rollSlower[] = {{140, 100}, {100, 80}, {80, 60}, {60, 30}};
+constexpr double rollSlowestKt = 20;
+
 void lf_rollFaster(TrackPoint& POINT)
 {
-    const double s = POINT.groundSpeed;
-    if (s <= 30) POINT.groundSpeed = 40;
-    else if (s <= 60) POINT.groundSpeed = 80;
-    else if (s <= 100) POINT.groundSpeed = 110;
-    else if (s <= 140) { POINT.groundSpeed = 150; POINT.verticalSpeed = 600; }
-    else if (s <= 160) { POINT.groundSpeed = 170; POINT.verticalSpeed = 1200; }
-    else { POINT.groundSpeed = 180; POINT.verticalSpeed = 2400; }
+    RollStep step = rollFastest;
+    for (const RollStep& s : rollFaster)
+        if (POINT.groundSpeed <= s.upToKt) {
+            step = s;
+            break;
+        }
+    POINT.groundSpeed = step.nextKt;
+    if (step.verticalSpeedFpm > 0) POINT.verticalSpeed = step.verticalSpeedFpm;
 }
 
 void lf_rollSlower(TrackPoint& POINT)
 {
-    const double s = POINT.groundSpeed;
-    if (s >= 140) POINT.groundSpeed = 100;
-    else if (s >= 100) POINT.groundSpeed = 80;
-    else if (s >= 80) POINT.groundSpeed = 60;
-    else if (s >= 60) POINT.groundSpeed = 30;
-    else POINT.groundSpeed = 20;
+    double next = rollSlowestKt;
+    for (const SlowStep& s : rollSlower)
+        if (POINT.groundSpeed >= s.fromKt) {
+            next = s.nextKt;
+            break;
+        }
+    POINT.groundSpeed = next;
     POINT.verticalSpeed = 0;
 }
 

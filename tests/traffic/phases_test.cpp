@@ -107,6 +107,51 @@ TEST_F(PhasesTest, AHeavyThatLeavesWithinTheHourWasTowed)
     }
 }
 
+TEST_F(PhasesTest, APushBackGoesTwoAndAHalfRadiiBackAndSwingsItsTailToTheSideTheDataShows)
+{
+    act& r = parked(20);
+    r.track.front().dueTick = now;
+    r.predictedPoints = 0;
+    r.standLeft = true;
+    r.heading = 0;
+    r.track.push_back(gf_pointAt(0, -60, 3, now + 3000)); // the data sees it behind the stand
+    lf_nextPos(r);
+    ASSERT_EQ(r.phase, Phase::pushBack);
+    ASSERT_EQ(r.track.size(), 3u) << "the midpoint, the end of the push and one side point";
+    const double span = r.wingspan * metresPerNm;
+    double e = 0, n = 0;
+    gf_testPlane(gf_posOf(r.track[0]), e, n);
+    EXPECT_NEAR(n, -25, 0.1);
+    gf_testPlane(gf_posOf(r.track[1]), e, n);
+    EXPECT_NEAR(n, -50, 0.1) << "two and a half radii of 20 m";
+    gf_testPlane(gf_posOf(r.track[2]), e, n);
+    EXPECT_NEAR(e, span, 0.1);
+    gf_testPlane(gf_posOf(r.pushEndPoint), e, n);
+    EXPECT_NEAR(e, -span, 0.1);
+    EXPECT_LT(r.speedSigned, 0) << "backwards";
+    for (int i = 0; i < 100; ++i) lf_integrate(r);
+    EXPECT_NEAR(r.heading, 0, 1e-12) << "the nose stays where it was on the straight part";
+
+    // A line during the first leg shows the nose turned east: the tail swings west.
+    TrackPoint seen = gf_pointAt(0, -60, 3, now + 3100);
+    seen.heading = pi / 2;
+    lf_addTrackPoint(r, seen);
+    EXPECT_TRUE(r.pushTurnKnown);
+    EXPECT_TRUE(r.pushTurnRight);
+    EXPECT_EQ(r.track.size(), 3u) << "points of the data are not taken during a push";
+
+    engineTick = r.track.front().dueTick;
+    const LatLon mid = gf_posOf(r.track.front());
+    r.lat = mid.lat;
+    r.lon = mid.lon;
+    lf_nextPos(r);
+    EXPECT_EQ(r.pushStage, 1);
+    ASSERT_TRUE(lf_hasCurve(r));
+    EXPECT_NEAR(r.curve.endEast, -span, 0.2);
+    // The swing lasts as long as its leg, so that the tail comes round as the leg ends.
+    EXPECT_DOUBLE_EQ(r.curveDt, 1.0 / std::max(static_cast<double>(r.track.front().dueTick - engineTick), 25.0));
+}
+
 /// A record in a take-off roll at 100 knots, with NEXT points after the front.
 act& lf_rolling(std::uint32_t HEXID, const std::vector<TrackPoint>& NEXT)
 {
