@@ -218,6 +218,9 @@ TEST_F(FeedTest, HeadingTrackAndBank)
     line[25] = -1;
     line[17] = "adsb_icao";
     EXPECT_FALSE(decode(line)->point.heading) << "a negative heading gives none";
+    line[25] = nullptr;
+    EXPECT_DOUBLE_EQ(*decode(line)->point.heading, 2 * std::numbers::pi)
+        << "an ADS-B line without a heading reads it as 0, which is north";
 
     line = goodLiveLine();
     line[23] = -1;

@@ -239,6 +239,21 @@ TEST_F(Readers, ReadersOfAFailedLoginEndAtOnce)
     EXPECT_TRUE(requestsTo("/v4/traffic").empty());
 }
 
+TEST_F(Readers, AFeedThatBringsNothingShowsAWaitingLamp)
+{
+    // Every cycle sets lineCount, an empty one to 0: so the lamp shows a feed
+    // that stopped without an error at the next check.
+    const auto session = startSession();
+    ASSERT_TRUE(eventually([] { return lineCount == 6; }));
+    lf_updateLamps();
+    EXPECT_EQ(trafficLamp, lampGood);
+    fail("traffic:empty:0");
+    ASSERT_TRUE(eventually([] { return lineCount == 0; }));
+    lf_updateLamps();
+    EXPECT_EQ(trafficLamp, lampWaiting);
+    EXPECT_FALSE(readerFailed);
+}
+
 TEST_F(Readers, ParkedTrafficIsFetchedBetweenLiveRequests)
 {
     const auto session = startSession();
