@@ -343,9 +343,13 @@ void lf_activate(act& R)
 void lf_simulator()
 {
     const std::int32_t now = engineTick;
-    for (act& r : liveList)
-        if (r.state == ActState::waiting && !r.track.empty() && now >= r.track.front().dueTick - createLeadTicks)
+    for (act& r : liveList) {
+        // New records are this program's to create: held as being created, the engine leaves them alone.
+        if (r.state == ActState::waiting) r.state = ActState::creating;
+        if (r.state == ActState::creating && r.objectId == 0 && !r.track.empty() &&
+            now >= r.track.front().dueTick - createLeadTicks)
             lf_activate(r);
+    }
     if (now % reportTicks == 0)
         for (const act& r : liveList) {
             if (r.objectId == 0 || r.state != ActState::active) continue;

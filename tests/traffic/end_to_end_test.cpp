@@ -29,6 +29,7 @@
 #include <chrono>
 #include <cmath>
 #include <map>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -92,6 +93,7 @@ protected:
     std::unique_ptr<RunningService> service;
     std::vector<Flight> flights{{0x4B1A01, "SWR101", lf_taxi()}, {0x4B1A02, "SWR202", lf_pass()}};
     double recordStart = 0; ///< seconds since the epoch of the recording's first second
+    std::set<std::uint32_t> requested; ///< records whose object has been asked for
 
     void SetUp() override
     {
@@ -186,7 +188,11 @@ protected:
             }
         }
         for (act& r : liveList) {
-            if (r.state != ActState::waiting || r.track.empty() || engineTick < r.track.front().dueTick - 100) continue;
+            // A new record is held as being created: the engine's own creation leaves it alone.
+            if (r.state == ActState::waiting) r.state = ActState::creating;
+            if (r.state != ActState::creating || r.objectId != 0 || requested.contains(r.hexid) || r.track.empty() ||
+                engineTick < r.track.front().dueTick - 100)
+                continue;
             const TrackPoint& front = r.track.front();
             CreateRequest request;
             request.id = r.hexid;
@@ -196,7 +202,7 @@ protected:
             request.altitudeFt = front.airborne ? front.altitude : elevationFt;
             request.onGround = !front.airborne;
             gf_queueCreate(request);
-            r.state = ActState::creating;
+            requested.insert(r.hexid);
         }
     }
 

@@ -138,7 +138,9 @@ void Harness::handOver()
     while (nextLine_ < pending_.size() && pending_[nextLine_].line.handOverTick <= now) {
         const Pending& p = pending_[nextLine_++];
         if (gf_findAct(p.line.line.hexid) == nullptr && !removed(p.line.line.hexid)) {
-            gf_testRecord(p.line.line, p.classId, p.wingspan); // a new record, as lf_newFromLine makes it
+            // A new record, as lf_newFromLine makes it. The harness creates it itself, so it is
+            // held as being created from the start: the engine's own creation leaves it alone.
+            gf_testRecord(p.line.line, p.classId, p.wingspan).state = ActState::creating;
             continue;
         }
         std::lock_guard lock(linesLock);
@@ -214,7 +216,7 @@ void Harness::groundReports()
 void Harness::sample()
 {
     for (const act& r : liveList) {
-        if (r.state == ActState::waiting) continue;
+        if (r.state == ActState::waiting || r.state == ActState::creating) continue;
         Sample s;
         s.tick = engineTick;
         s.lat = r.lat;
@@ -245,7 +247,8 @@ void Harness::run(std::int32_t TICKS)
     for (std::int32_t i = 0; i < TICKS; ++i) {
         handOver();
         for (act& r : liveList)
-            if (r.state == ActState::waiting && !r.track.empty() && engineTick >= r.track.front().dueTick - createLeadTicks)
+            if (r.state == ActState::creating && r.objectId == 0 && !r.track.empty() &&
+                engineTick >= r.track.front().dueTick - createLeadTicks)
                 gf_activateRecord(r, nextObjectId_++);
         groundReports();
         lf_engineTick();
