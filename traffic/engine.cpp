@@ -123,7 +123,7 @@ void lf_runMessage(const SimMessage& MESSAGE, bool INDEXED)
     if (MESSAGE.kind != MessageKind::groundData) objectIndexValid = false; // the list or its ids may change
     switch (MESSAGE.kind) {
     case MessageKind::liveCreated:
-        if (act* record = gf_findAct(MESSAGE.id); record != nullptr && lf_objectCreated(*record, MESSAGE.objectId))
+        if (act* record = gf_findAct(MESSAGE.id); record != nullptr && lf_objectCreated(*record, MESSAGE))
             afterCreate.push_back({MESSAGE, 0});
         break;
     case MessageKind::staticCreated: afterCreate.push_back({MESSAGE, 0}); break;

@@ -17,8 +17,9 @@ void lf_updateWaiting(act& RECORD);
 void lf_addTrackPoint(act& RECORD, const TrackPoint& POINT);
 /// Callsign changes, doubles and ghosts; false drops the line.
 bool lf_identityUpdate(const TrafficLine& LINE, act& RECORD);
-/// The simulator made the object: gear, flight plan, release, freeze. False: failed.
-bool lf_objectCreated(act& RECORD, std::uint32_t OBJECT_ID);
+/// The simulator made the object (message kind 0): gear, flight plan, the
+/// parked shape asked for. False: the answer is of no use.
+bool lf_objectCreated(act& RECORD, const SimMessage& MESSAGE);
 /// The simulator refused the object.
 void lf_createFailed(act& RECORD);
 /// The ground was reported under a landing aircraft.
@@ -97,7 +98,7 @@ void gf_clearRecentRemovals();
 /// The unmatched-livery report, and the table of unmatched flights.
 void gf_writeUnmatchedReport();
 void gf_clearUnmatchedFlights();
-/// Removes the flight plan folder with its files.
-void gf_removeFlightPlanFolder();
+/// Removes the flight plan folder with its files; true when it is gone.
+bool gf_removeFlightPlanFolder();
 
 } // namespace orv

@@ -1,0 +1,626 @@
+// From a waiting record to an object: the gates of lf_updateWaiting, the
+// livery, the first pose and the stand, the create requests and their pace,
+// the simulator's answer with the flight plan file, and refusals.
+#include "core/errors.h"
+#include "core/flags.h"
+#include "core/folders.h"
+#include "core/parameters.h"
+#include "liveries/catalogue.h"
+#include "liveries/matching.h"
+#include "tests/liveries/dbase_fixture.h"
+#include "tests/liveries/matching_fixture.h"
+#include "tests/traffic/harness.h"
+#include "traffic/creation.h"
+#include "traffic/engine.h"
+#include "traffic/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace orv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int32_t now = 500000;
+constexpr std::int32_t due = now + 100; ///< a front point due in one second
+constexpr std::uint32_t firstHexid = 0x484000;
+
+class Creation : public ::testing::Test {
+protected:
+    TempDir temp;
+    LogCapture log;
+
+    /// The log holds TEXT somewhere.
+    bool logHas(const std::string& TEXT) const { return log.text().find(TEXT) != std::string::npos; }
+
+    void SetUp() override
+    {
+        gf_resetParameters();
+        gf_setUserFolder();
+        fs::create_directories(gf_flightPlanFolder());
+        MSFS_2020.value = false; // the plan file is written, no simulator call is made
+        testAirport = {};
+        testAirport.pos = gf_testPosition(0, 0);
+        testAirport.stands = {{1, "D4", gf_testPosition(0, 0), 1.0, 20 / metresPerNm, false, false},
+                              {2, "D6", gf_testPosition(80, 0), 1.0, 20 / metresPerNm, false, false}};
+        gf_resetEngine(now);
+        maxLive = -1;
+        gf_loadMatchingReference();
+        gf_buildMatchingTables({{"KLM", "B738", "KLM 738 a", ""},
+                                {"KLM", "B738", "KLM 738 b", ""},
+                                {"ABC", "A320", "ABC 320", ""},
+                                {"ZZZ", "C172", "ZZZ C172", ""},
+                                {"FSL", "A320", "FSLTL_A320 FSL", ""}});
+        icaoAirlines.insert("ABC");
+        noLiverySet.clear();
+        gf_seedMatching(7);
+        // The user far away, parked.
+        ownPosition = {};
+        ownPosition.lat = gf_testPosition(0, 40000).lat;
+        ownPosition.lon = gf_testPosition(0, 40000).lon;
+        ownPosition.onGround = true;
+    }
+    void TearDown() override
+    {
+        lf_clearEngine();
+        gf_clearMatchingState();
+        gf_clearDbase();
+        noLiverySet.clear();
+        ownPosition = {};
+        maxLive = -1;
+    }
+
+    /// A waiting KLM B738 whose track holds POINTS (plane points round the test airport).
+    static act& waiting(std::uint32_t HEXID, const std::vector<TrackPoint>& POINTS, const std::string& CALLSIGN = "KLM123")
+    {
+        TrafficLine line;
+        line.airline = "";
+        line.icaoType = "B738";
+        line.origin = "EHAM";
+        line.destination = "LEMD";
+        line.callsign = CALLSIGN;
+        line.hexid = HEXID;
+        line.point = POINTS.front();
+        act& r = gf_testRecord(line, 2, 17.0 / metresPerNm);
+        for (std::size_t i = 1; i < POINTS.size(); ++i) r.track.push_back(POINTS[i]);
+        return r;
+    }
+    /// Two points of a flight at 3000 ft heading north.
+    static std::vector<TrackPoint> airPoints(double EAST = 0, double NORTH = 5000)
+    {
+        return {gf_pointAt(EAST, NORTH, 180, due, 3000), gf_pointAt(EAST, NORTH + 1000, 180, due + 1000, 3100)};
+    }
+    static std::vector<TrackPoint> standingPoints(double EAST, double NORTH)
+    {
+        TrackPoint a = gf_pointAt(EAST, NORTH, 0, due), b = gf_pointAt(EAST, NORTH, 0, due + 1000);
+        b.stationary = true;
+        return {a, b};
+    }
+    static void runTicks(std::int32_t TICKS)
+    {
+        for (std::int32_t i = 0; i < TICKS; ++i) lf_engineTick();
+    }
+    static act* find(std::uint32_t HEXID) { return gf_findAct(HEXID); }
+    /// lf_updateWaiting and the erasing that the pass does after it.
+    static void update(act& RECORD)
+    {
+        const std::uint32_t hexid = RECORD.hexid;
+        lf_updateWaiting(RECORD);
+        std::erase_if(liveList, [](const act& A) { return A.eraseNow; });
+        (void)hexid;
+    }
+};
+
+TEST_F(Creation, ARecordIsLookedAtOnlyWithinItsLead)
+{
+    act& r = waiting(firstHexid, airPoints());
+    r.track[0].dueTick = now + 101;
+    update(r);
+    EXPECT_EQ(find(firstHexid)->state, ActState::waiting) << "airborne: one second ahead";
+    find(firstHexid)->track[0].dueTick = now + 100;
+    update(*find(firstHexid));
+    EXPECT_EQ(find(firstHexid)->state, ActState::creating);
+
+    // A moving ground point: three seconds ahead.
+    const std::vector<TrackPoint> ground{gf_pointAt(0, 2000, 12, now + 300), gf_pointAt(0, 2050, 12, now + 700)};
+    act& g = waiting(firstHexid + 1, ground, "KLM456");
+    update(g);
+    EXPECT_EQ(find(firstHexid + 1)->state, ActState::creating);
+}
+
+TEST_F(Creation, ARecordWithOnePointNeverBecomesAnObject)
+{
+    act& r = waiting(firstHexid, {gf_pointAt(0, 5000, 180, now - 100000, 3000)});
+    update(r);
+    EXPECT_EQ(find(firstHexid), nullptr);
+}
+
+TEST_F(Creation, ATakeOffTrackWaitsUntilItsPointsAreOnOneSide)
+{
+    act& r = waiting(firstHexid, {gf_pointAt(0, 0, 140, due), gf_pointAt(0, 500, 150, due + 300),
+                                  gf_pointAt(0, 1200, 160, due + 600, 300), gf_pointAt(0, 2000, 170, due + 900, 800)});
+    engineTick = due + 900;
+    for (int k = 0; k < 2; ++k) {
+        update(*find(firstHexid));
+        ASSERT_NE(find(firstHexid), nullptr);
+        EXPECT_EQ(find(firstHexid)->state, ActState::waiting);
+    }
+    EXPECT_EQ(find(firstHexid)->track.size(), 2U);
+    update(*find(firstHexid));
+    EXPECT_EQ(find(firstHexid)->state, ActState::creating);
+    EXPECT_EQ(find(firstHexid)->phase, Phase::flying);
+    (void)r;
+}
+
+TEST_F(Creation, MaxLiveLetsANearerAircraftReplaceTheFarthest)
+{
+    maxLive = 1;
+    act& far = gf_activeRecord(firstHexid + 9, 0, 0, false, Phase::flying, now);
+    const double farNm = gf_distance({ownPosition.lat, ownPosition.lon}, {far.lat, far.lon});
+    // The user lies 40 km north; 0.05 nm nearer than the farthest: the new one goes.
+    act& close = waiting(firstHexid, airPoints(0, 0.05 * metresPerNm));
+    update(close);
+    EXPECT_EQ(find(firstHexid), nullptr);
+    EXPECT_EQ(find(firstHexid + 9)->state, ActState::active);
+    // 0.2 nm nearer: the farthest goes and the new one comes.
+    act& nearer = waiting(firstHexid + 1, airPoints(0, 0.2 * metresPerNm), "KLM456");
+    update(nearer);
+    EXPECT_EQ(find(firstHexid + 1)->state, ActState::creating);
+    EXPECT_EQ(find(firstHexid + 9)->state, ActState::removing);
+    EXPECT_GT(farNm, 0);
+}
+
+struct CallsignCase {
+    std::string callsign;
+    std::string type;
+    std::string regcode;
+    bool shown;
+    std::string callsignAfter;
+    std::string airlineAfter;
+};
+
+class CreationCallsigns : public Creation, public ::testing::WithParamInterface<CallsignCase> {};
+
+TEST_P(CreationCallsigns, DecideWhetherAndUnderWhichAirlineItIsShown)
+{
+    const CallsignCase& c = GetParam();
+    act& r = waiting(firstHexid, airPoints(), c.callsign);
+    r.regcode = c.regcode;
+    r.icaoType = c.type;
+    update(r);
+    act* after = find(firstHexid);
+    ASSERT_EQ(after != nullptr, c.shown);
+    if (!c.shown) return;
+    EXPECT_EQ(after->callsign, c.callsignAfter);
+    EXPECT_EQ(after->airline, c.airlineAfter);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, CreationCallsigns,
+    ::testing::Values(CallsignCase{"KLM1234AB", "B738", "", false, "", ""}, CallsignCase{"", "B738", "", false, "", ""},
+                      CallsignCase{"@@@@@@@@", "B738", "", false, "", ""},
+                      // A registration the tables know serves as the callsign; airline and type are the row's.
+                      CallsignCase{"@@@@@@@@", "A320", "PH-BXA", true, "PH-BXA", "KLM"},
+                      CallsignCase{"", "A320", "PHBXA", true, "PHBXA", "KLM"},
+                      CallsignCase{"ABC123", "A320", "", true, "ABC123", "ABC"},
+                      CallsignCase{"N123AB", "C172", "", true, "N123AB", "PVT"}));
+
+TEST_F(Creation, AnAircraftWithoutLiveryIsKeptInTheUnmatchedList)
+{
+    act& r = waiting(firstHexid, airPoints(), "DLH123");
+    r.icaoType = "A359";
+    update(r);
+    EXPECT_EQ(find(firstHexid), nullptr);
+    EXPECT_TRUE(noLiverySet.contains("DLH A359 "));
+    // The next record of the same kind is erased before any matching.
+    act& again = waiting(firstHexid + 1, airPoints(), "DLH124");
+    again.icaoType = "A359";
+    update(again);
+    EXPECT_EQ(find(firstHexid + 1), nullptr);
+    EXPECT_TRUE(logHas("is not shown: no livery earlier"));
+    gf_writeUnmatchedReport();
+    EXPECT_TRUE(logHas("No match found for: \nDLH A359 \n\n"));
+    gf_clearUnmatchedFlights();
+    EXPECT_TRUE(noLiverySet.empty());
+}
+
+TEST_F(Creation, TheSameAeroplaneKeepsItsLiveryForTheWholeRun)
+{
+    std::string first;
+    for (std::uint32_t seed = 1; seed <= 20; ++seed) {
+        gf_seedMatching(seed);
+        act& r = waiting(firstHexid, airPoints());
+        update(r);
+        act* made = find(firstHexid);
+        ASSERT_NE(made, nullptr);
+        if (first.empty()) first = made->livery;
+        EXPECT_EQ(made->livery, first) << "seed " << seed;
+        lf_clearEngine();
+    }
+    EXPECT_EQ(matchSteps[1], 1) << "matched once, then taken from the earlier title";
+}
+
+TEST_F(Creation, ARefusedTitleIsNotOfferedAgain)
+{
+    act& r = waiting(firstHexid, airPoints());
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_NE(made, nullptr);
+    const std::string refused = made->livery;
+    lf_createFailed(*made);
+    EXPECT_TRUE(gf_isFailedTitle(refused));
+    EXPECT_EQ(failedCreations, (std::vector<std::string>{"B738 KLM"}));
+    EXPECT_TRUE(logHas("KLM123 \"" + refused + "\" could not be created by your Sim!"));
+    lf_clearEngine();
+    for (std::uint32_t seed = 1; seed <= 30; ++seed) {
+        gf_seedMatching(seed);
+        act& next = waiting(firstHexid, airPoints());
+        update(next);
+        ASSERT_NE(find(firstHexid), nullptr);
+        EXPECT_NE(find(firstHexid)->livery, refused);
+        lf_clearEngine();
+    }
+}
+
+TEST_F(Creation, TwentyRefusedTitlesEndTheRunWithError81)
+{
+    for (int k = 0; k < 19; ++k) gf_addFailedTitle("refused " + std::to_string(k));
+    act& r = waiting(firstHexid, airPoints());
+    update(r);
+    try {
+        lf_createFailed(*find(firstHexid));
+        FAIL() << "no exception";
+    } catch (const UserErrorException& e) {
+        EXPECT_EQ(e.code, 81);
+        EXPECT_NE(std::string(e.what()).find("there are too many liveries that could not be created by MSFS!, see Log.txt"),
+                  std::string::npos);
+    }
+    EXPECT_TRUE(logHas("\n===> Error 81, there are too many liveries that could not be created by MSFS!\n"));
+}
+
+TEST_F(Creation, AStandingAircraftNearTheAirportAppearsAtItsStand)
+{
+    // 4 nm from the park airport: moved onto the stand a few metres away.
+    testAirport.pos = gf_testPosition(0, -4 * metresPerNm);
+    act& r = waiting(firstHexid, standingPoints(10, 5));
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->phase, Phase::atStand);
+    EXPECT_EQ(made->standId, 1);
+    EXPECT_TRUE(testAirport.stands[0].occupied);
+    EXPECT_EQ(made->track.size(), 1U);
+    EXPECT_DOUBLE_EQ(made->lat, testAirport.stands[0].pos.lat);
+    EXPECT_DOUBLE_EQ(made->heading, testAirport.stands[0].headingRad);
+    EXPECT_TRUE(made->track.front().stationary);
+
+    // 6 nm away: it stands where the data says.
+    testAirport.pos = gf_testPosition(0, -6 * metresPerNm);
+    testAirport.stands[1].occupied = false;
+    act& far = waiting(firstHexid + 1, standingPoints(85, 5), "KLM456");
+    update(far);
+    EXPECT_EQ(find(firstHexid + 1)->phase, Phase::moving);
+    EXPECT_EQ(find(firstHexid + 1)->standId, 0);
+}
+
+TEST_F(Creation, ASlowFirstPointLooksForTheStandAtTheLastPoint)
+{
+    // 20 kt at first, 3 kt next, the last point 30 m on: the stand near the last point.
+    act& r = waiting(firstHexid, {gf_pointAt(50, 0, 20, due), gf_pointAt(65, 0, 3, due + 400), gf_pointAt(80, 0, 3, due + 800)});
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->phase, Phase::atStand);
+    EXPECT_EQ(made->standId, 2);
+    // With the last point 40 m on, it moves as the data says.
+    act& moving = waiting(firstHexid + 1, {gf_pointAt(300, 0, 20, due), gf_pointAt(320, 0, 3, due + 400),
+                                           gf_pointAt(340, 0, 3, due + 800)}, "KLM456");
+    update(moving);
+    EXPECT_EQ(find(firstHexid + 1)->phase, Phase::moving);
+}
+
+TEST_F(Creation, NoFreeStandForAStoppedAircraftMeansWaiting)
+{
+    testAirport.stands[0].occupied = testAirport.stands[1].occupied = true;
+    TrackPoint third = gf_pointAt(0, 0, 0, due + 2000);
+    third.stationary = true;
+    auto points = standingPoints(0, 0);
+    points.push_back(third);
+    act& r = waiting(firstHexid, points);
+    update(r);
+    ASSERT_NE(find(firstHexid), nullptr);
+    EXPECT_EQ(find(firstHexid)->state, ActState::waiting);
+    EXPECT_EQ(find(firstHexid)->track.size(), 2U) << "the front point went";
+}
+
+TEST_F(Creation, ARecreatedAircraftAtItsStandKeepsItAndLogsNoParking)
+{
+    act& r = waiting(firstHexid, standingPoints(0, 0));
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_EQ(made->phase, Phase::atStand);
+    // The way back from a livery change: waiting again, phase and title kept.
+    made->state = ActState::waiting;
+    made->recreated = true;
+    made->livery = "KLM 738 b";
+    made->track.push_back(made->track.front());
+    made->track[1].dueTick = due + 500;
+    made->track[1].stationary = true;
+    const int matchedBefore = matchSteps[1];
+    update(*made);
+    EXPECT_EQ(made->state, ActState::creating);
+    EXPECT_EQ(made->livery, "KLM 738 b");
+    EXPECT_EQ(matchSteps[1], matchedBefore) << "no livery search";
+    ASSERT_TRUE(lf_objectCreated(*made, {777, made->hexid, MessageKind::liveCreated, 0, 1.5}));
+    EXPECT_FALSE(logHas("KLM123   parks"));
+    EXPECT_FALSE(made->recreated);
+}
+
+TEST_F(Creation, TheFirstPoseComesFromTheFrontPoint)
+{
+    std::vector<TrackPoint> points = airPoints(0, 5000);
+    points[0].bank = 0.1;
+    points[0].verticalSpeed = 1200;
+    points[0].airspeed = 175;
+    act& r = waiting(firstHexid, points);
+    update(r);
+    act* made = find(firstHexid);
+    EXPECT_DOUBLE_EQ(made->lat, points[0].lat);
+    EXPECT_DOUBLE_EQ(made->altitude, 3000);
+    EXPECT_DOUBLE_EQ(made->bank, 0.1);
+    EXPECT_DOUBLE_EQ(made->speedOut, 175);
+    EXPECT_DOUBLE_EQ(made->verticalSpeedFps, 20) << "feet per minute become feet per second";
+    EXPECT_LT(made->pitch, 0) << "climbing: nose up";
+    EXPECT_NEAR(made->heading, 0, 1e-3) << "towards the next point, north";
+    EXPECT_EQ(made->headingStep, 0);
+
+    act& ground = waiting(firstHexid + 1, {gf_pointAt(500, 0, 10, due), gf_pointAt(500, -100, 10, due + 800)}, "KLM456");
+    update(ground);
+    made = find(firstHexid + 1);
+    EXPECT_DOUBLE_EQ(made->pitch, 0.010471975511965976) << "0.6 degrees nose down on the wheels";
+    EXPECT_NEAR(made->heading, pi, 1e-3);
+    EXPECT_GE(made->heading, 0);
+    EXPECT_LT(made->heading, twoPi);
+}
+
+TEST_F(Creation, RequestsLeaveAtMostTwiceASecond)
+{
+    for (std::uint32_t k = 0; k < 5; ++k) waiting(firstHexid + k, airPoints(k * 1000.0), "KLM" + std::to_string(100 + k));
+    std::vector<std::int32_t> sentAt;
+    for (int t = 0; t < 400; ++t) {
+        const std::int32_t tick = engineTick;
+        const std::size_t before = liveCreateQueue.size();
+        lf_engineTick();
+        // A pass sends first, then queues the next pending record.
+        const std::size_t queuedNow = tick % 50 == 0 && before > 0 ? before - 1 : before;
+        if (queuedNow < before) sentAt.push_back(tick);
+        ASSERT_LE(liveCreateQueue.size(), queuedNow + 1);
+    }
+    EXPECT_TRUE(pendingCreates.empty());
+    EXPECT_TRUE(liveCreateQueue.empty());
+    ASSERT_EQ(sentAt.size(), 5U);
+    for (std::size_t i = 1; i < sentAt.size(); ++i) EXPECT_GE(sentAt[i] - sentAt[i - 1], 50);
+    for (const act& r : liveList) EXPECT_EQ(r.state, ActState::creating);
+}
+
+TEST_F(Creation, TheRequestCarriesTitleTailAndPose)
+{
+    act& r = waiting(firstHexid, airPoints());
+    update(r);
+    lf_queueCreateRequest(*find(firstHexid));
+    ASSERT_EQ(liveCreateQueue.size(), 1U);
+    const CreateRequest& q = liveCreateQueue.back();
+    const act& made = *find(firstHexid);
+    EXPECT_EQ(q.id, firstHexid);
+    EXPECT_EQ(q.title, made.livery);
+    EXPECT_EQ(q.tail, "KLM123");
+    EXPECT_DOUBLE_EQ(q.position.lat, made.lat);
+    EXPECT_DOUBLE_EQ(q.altitudeFt, 3000);
+    EXPECT_DOUBLE_EQ(q.headingRad, made.heading);
+    EXPECT_FALSE(q.onGround);
+}
+
+TEST_F(Creation, AFullQueueHoldsNewAircraftBack)
+{
+    for (int k = 0; k < 11; ++k) liveCreateQueue.push_back({});
+    act& r = waiting(firstHexid, {gf_pointAt(0, 5000, 180, due, 3000), gf_pointAt(0, 6000, 180, due + 500, 3000),
+                                  gf_pointAt(0, 7000, 180, due + 1000, 3000)});
+    update(r);
+    EXPECT_EQ(find(firstHexid)->state, ActState::waiting);
+    EXPECT_EQ(find(firstHexid)->track.size(), 2U);
+}
+
+TEST_F(Creation, TheUserOnTheGroundKeepsTheSpotFree)
+{
+    // The user stands 100 m from where the aircraft would appear: each point goes, then the record.
+    const LatLon user = gf_testPosition(0, 100);
+    ownPosition.lat = user.lat;
+    ownPosition.lon = user.lon;
+    act& r = waiting(firstHexid, {gf_pointAt(0, 0, 10, due), gf_pointAt(0, 10, 10, due + 100), gf_pointAt(0, 20, 10, due + 200)});
+    for (int k = 0; k < 3 && find(firstHexid) != nullptr; ++k) {
+        engineTick = due + 100 * k;
+        update(*find(firstHexid));
+    }
+    EXPECT_EQ(find(firstHexid), nullptr);
+    EXPECT_TRUE(logHas("drops its first point: user within 150 m"));
+    (void)r;
+}
+
+TEST_F(Creation, ALowUserOnItsLineMakesAGroundAircraftWait)
+{
+    // The user 300 ft above the ground, heading north; the aircraft 1 nm ahead on that line.
+    ownPosition.onGround = false;
+    ownPosition.altitudeFt = 300;
+    ownPosition.groundAltFt = 0;
+    ownPosition.headingRad = 0;
+    const LatLon user = gf_testPosition(0, -metresPerNm);
+    ownPosition.lat = user.lat;
+    ownPosition.lon = user.lon;
+    act& r = waiting(firstHexid, {gf_pointAt(0, 0, 0, due), gf_pointAt(0, 0, 0, due + 100), gf_pointAt(0, 50, 8, due + 500)});
+    update(r);
+    EXPECT_TRUE(find(firstHexid)->madeWay);
+    EXPECT_EQ(find(firstHexid)->track.size(), 2U);
+    // Once it made way it waits in the air-user case until the user is on the ground.
+    engineTick = due;
+    update(*find(firstHexid));
+    EXPECT_EQ(find(firstHexid)->track.size(), 1U);
+}
+
+TEST_F(Creation, AnAirborneAircraftOnTheUsersPathWaits)
+{
+    ownPosition.onGround = false;
+    ownPosition.altitudeFt = 3500;
+    ownPosition.groundAltFt = 0;
+    // The aircraft flies north; the user lies 3 nm ahead of it on that line.
+    const LatLon user = gf_testPosition(0, 5000 + 3 * metresPerNm);
+    ownPosition.lat = user.lat;
+    ownPosition.lon = user.lon;
+    act& r = waiting(firstHexid, airPoints());
+    EXPECT_TRUE(lf_inUserPath(r));
+    update(r);
+    EXPECT_TRUE(find(firstHexid)->madeWay);
+    // 2 nm to the side of its line: no longer in the way.
+    const LatLon aside = gf_testPosition(2 * metresPerNm, 5000 + 3 * metresPerNm);
+    ownPosition.lat = aside.lat;
+    ownPosition.lon = aside.lon;
+    act& other = waiting(firstHexid + 1, airPoints(), "KLM456");
+    EXPECT_FALSE(lf_inUserPath(other));
+}
+
+TEST_F(Creation, AGhostOfAKnownAircraftIsErased)
+{
+    ghostCallsigns.push_back("KLM123_");
+    act& r = waiting(firstHexid, airPoints(), "KLM123_");
+    update(r);
+    EXPECT_EQ(find(firstHexid), nullptr);
+}
+
+TEST_F(Creation, ABlockedCallsignIsNotShown)
+{
+    BLOCK_CALLSIGN.value = "KLM123";
+    act& r = waiting(firstHexid, airPoints());
+    update(r);
+    EXPECT_EQ(find(firstHexid), nullptr);
+}
+
+TEST_F(Creation, TheLiveryStepIsCountedAndLoggedAndSetsTheReverser)
+{
+    act& r = waiting(firstHexid, airPoints(), "FSL123");
+    r.icaoType = "A320";
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->livery, "FSLTL_A320 FSL");
+    EXPECT_TRUE(made->reverser);
+    EXPECT_EQ(matchSteps[1], 1);
+    EXPECT_TRUE(logHas(gf_actText(*made) + " =2= FSLTL_A320 FSL"));
+}
+
+/// The plan file as it must stand on disk, line by line.
+std::string expectedPln(const std::string& TYPE, const std::string& FROM, const std::string& TO)
+{
+    const std::vector<std::string> lines{R"(<?xml version="1.0" encoding="UTF-8"?>)",
+                                         R"(<SimBase.Document Type="AceXML" version="4,3">")",
+                                         "<FlightPlan.FlightPlan>",
+                                         "<FPType>" + TYPE + "</FPType>",
+                                         "<DepartureID>" + FROM + "</DepartureID>",
+                                         "<DestinationID>" + TO + "</DestinationID>",
+                                         "</FlightPlan.FlightPlan>",
+                                         "</SimBase.Document>"};
+    std::string text;
+    for (const auto& line : lines) text += line + '\x0A';
+    return text;
+}
+
+TEST_F(Creation, ThePlanFileStandsByteForByte)
+{
+    ActCore record;
+    record.origin = "EHAM";
+    record.destination = "LEMD";
+    for (const auto& [classId, type] : std::vector<std::pair<int, std::string>>{
+             {0, "VFR"}, {1, "IFR"}, {2, "IFR"}, {3, "IFR"}, {4, "VFR"}, {5, "VFR"}}) {
+        record.classId = classId;
+        ASSERT_TRUE(lf_writePln("plan.pln", record));
+        EXPECT_EQ(readFile("plan.pln"), expectedPln(type, "EHAM", "LEMD")) << "class " << classId;
+    }
+    EXPECT_EQ(std::string(R"(<SimBase.Document Type="AceXML" version="4,3">")").size(), 47U);
+    EXPECT_FALSE(lf_writePln("no/such/folder/plan.pln", record));
+}
+
+TEST_F(Creation, TheAnswerGivesGearPlanAndTheFileGoesWithTheObject)
+{
+    act& r = waiting(firstHexid, {gf_pointAt(500, 0, 10, due), gf_pointAt(500, -100, 10, due + 800)});
+    update(r);
+    act* made = find(firstHexid);
+    EXPECT_FALSE(lf_objectCreated(*made, {2, firstHexid, MessageKind::liveCreated, 0, 0})) << "ids below 3 are no objects";
+    EXPECT_EQ(made->state, ActState::creating);
+    ASSERT_TRUE(lf_objectCreated(*made, {4711, firstHexid, MessageKind::liveCreated, 0, 3.5}));
+    EXPECT_EQ(made->objectId, 4711U);
+    EXPECT_DOUBLE_EQ(made->agl, 3.5);
+    EXPECT_TRUE(made->onGround);
+    EXPECT_TRUE(made->hasFlightPlanFile);
+    const fs::path plan = gf_flightPlanFolder() / "4711.pln";
+    EXPECT_EQ(readFile(plan), expectedPln("IFR", "EHAM", "LEMD"));
+    // The simulator's removal report takes the file with the record.
+    gf_postMessage({4711, 0, MessageKind::removed, 0, 0});
+    lf_drainMessages();
+    EXPECT_FALSE(fs::exists(plan));
+    EXPECT_EQ(find(firstHexid), nullptr);
+    EXPECT_TRUE(gf_removeFlightPlanFolder());
+    EXPECT_FALSE(fs::exists(gf_flightPlanFolder()));
+}
+
+TEST_F(Creation, AnAircraftWithoutOriginHasNoPlan)
+{
+    act& r = waiting(firstHexid, airPoints());
+    r.origin.clear();
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_TRUE(lf_objectCreated(*made, {4712, firstHexid, MessageKind::liveCreated, 0, 3000}));
+    EXPECT_FALSE(made->hasFlightPlanFile);
+    EXPECT_FALSE(made->onGround);
+    EXPECT_TRUE(fs::is_empty(gf_flightPlanFolder()));
+    gf_postMessage({4712, 0, MessageKind::removed, 0, 0});
+    lf_drainMessages();
+    EXPECT_EQ(find(firstHexid), nullptr);
+}
+
+TEST_F(Creation, APlanThatCannotBeSetIsAStatusLineOnly)
+{
+    MSFS_2020.value = true; // no simulator session: the link refuses the call
+    act& r = waiting(firstHexid, airPoints());
+    update(r);
+    act* made = find(firstHexid);
+    ASSERT_TRUE(lf_objectCreated(*made, {4713, firstHexid, MessageKind::liveCreated, 0, 3000}));
+    EXPECT_FALSE(made->hasFlightPlanFile);
+    EXPECT_TRUE(logHas("KLM123  KLM B738 creating a flight plan failed !"));
+    EXPECT_EQ(made->state, ActState::creating);
+}
+
+TEST_F(Creation, StaticMatchingTakesTheStandsCargoMarkAndLogsWithoutCount)
+{
+    ActCore parked;
+    parked.airline = "KLM";
+    parked.icaoType = "B738";
+    parked.callsign = "KLM9*";
+    parked.classId = 2;
+    EXPECT_TRUE(gf_matchStaticLivery(parked, "D4", false));
+    EXPECT_FALSE(parked.livery.empty());
+    EXPECT_EQ(matchSteps[1], 0) << "static matches are not counted";
+    EXPECT_TRUE(gf_matchStaticLivery(parked, "D4", true));
+    EXPECT_TRUE(logHas(" =s= " + parked.livery));
+    ActCore unknown;
+    unknown.airline = "DLH";
+    unknown.icaoType = "A359";
+    unknown.regcode = "D-AIXA";
+    unknown.classId = 3;
+    EXPECT_FALSE(gf_matchStaticLivery(unknown, "D6", true));
+    EXPECT_TRUE(unknown.cargo);
+    EXPECT_TRUE(logHas("D6      : D-AIXA DLH A359 no livery match ..."));
+}
+
+} // namespace
+} // namespace orv::test
