@@ -29,9 +29,6 @@
 #include <vector>
 
 // --- allocations, counted only while a pass runs ------------------------------
-// The simulator link calls back into the program's lifecycle, which the linker
-// has passed by before it meets the link; naming it here brings it in first.
-void (*volatile benchKeepsLifecycle)(std::int32_t, int) = &orv::gf_requestExit;
 namespace {
 std::atomic<bool> countingAllocations{false};
 std::atomic<std::uint64_t> allocationCount{0};

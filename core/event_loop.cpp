@@ -67,6 +67,7 @@ int gf_mainThreadsRunning() { return mainThreads; }
 
 int gf_runMessageLoop()
 {
+    gf_installFinalExit();
     windowExists = true;
     windowXAtStart = MAIN_WINDOW_X.value;
     windowYAtStart = MAIN_WINDOW_Y.value;

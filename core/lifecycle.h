@@ -5,25 +5,13 @@
 #include <cstdint>
 #include <string>
 
+#include "core/exit_request.h"
 #include "traffic/act.h"
 
 namespace orv {
 
-/// Why a session ends. 2 and 3 restart inside the same process.
-enum ExitReason : std::int32_t {
-    NOT_YET_SET = 0,
-    SIM_WAS_CLOSED = 1,
-    RESTART = 2,
-    RESTART_IPP = 3,
-    USER_CLOSED_SIM = 4,
-    SYSTEM_ERROR = 5,
-};
-extern std::atomic<std::int32_t> exitReason;
-/// "NOT_YET_SET", "SIM WAS CLOSED", "RESTART", "RESTART_IPP", "USER CLOSED SIM", "SYSTEM ERROR".
-const char* gf_exitReasonName(std::int32_t REASON);
-
-/// Ends the session from any thread; the first request wins.
-void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS);
+/// Installs FinalExit as the exit's starter (the message loop and tests call it).
+void gf_installFinalExit();
 /// The body of the detached exit thread.
 void FinalExit(int RESTART_SECONDS);
 void lf_restartCountdown(int SECONDS);

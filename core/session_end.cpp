@@ -23,16 +23,12 @@
 
 namespace orv {
 
-std::atomic<std::int32_t> exitReason{NOT_YET_SET};
-
 namespace {
 
 constexpr int logoutWaitMs = 3000, noSessionWaitMs = 500, frameSendWaitMs = 1000, errorReadWaitMs = 5000;
 constexpr int mainThreadWaitLogMs = 5000;
 
 std::atomic<int> finalExits{0};
-/// The close button while a restart is under way: the restart becomes an end.
-std::atomic<bool> closeDuringExit{false};
 
 void lf_zeroTimeShift()
 {
@@ -157,26 +153,8 @@ void lf_finalExitSteps(int RESTART_SECONDS)
     }
 }
 
-} // namespace
-
-const char* gf_exitReasonName(std::int32_t REASON)
+void lf_startFinalExit(int RESTART_SECONDS)
 {
-    static constexpr const char* names[] = {"NOT_YET_SET",     "SIM WAS CLOSED", "RESTART",
-                                            "RESTART_IPP",     "USER CLOSED SIM", "SYSTEM ERROR"};
-    return REASON >= 0 && REASON <= 5 ? names[REASON] : "NOT_YET_SET";
-}
-
-void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS)
-{
-    bool expected = false;
-    if (!exitInProgress.compare_exchange_strong(expected, true)) {
-        // A second exit never runs beside the first; only a close turns a
-        // restart under way into the end of the program.
-        if (REASON == USER_CLOSED_SIM) closeDuringExit = true;
-        return;
-    }
-    exitReason = REASON;
-    closeDuringExit = false;
     ++finalExits;
     std::thread([RESTART_SECONDS] {
         try {
@@ -188,6 +166,10 @@ void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS)
         --finalExits;
     }).detach();
 }
+
+} // namespace
+
+void gf_installFinalExit() { gf_setExitStarter(&lf_startFinalExit); }
 
 void FinalExit(int RESTART_SECONDS)
 {

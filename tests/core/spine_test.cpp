@@ -64,6 +64,7 @@ protected:
         gf_setUserFolder();
         std::filesystem::create_directories(userFolder);
         gf_openLog("Log.txt");
+        gf_installFinalExit();
         sleepScale = 0.001;
     }
     void TearDown() override

@@ -42,6 +42,7 @@ protected:
     void SetUp() override
     {
         FeedTest::SetUp();
+        gf_installFinalExit(); // a reader's failure runs the whole exit
         sleepScale = 0.001;
         rtConnected = false;
         gf_resetFeed();

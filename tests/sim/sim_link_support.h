@@ -127,9 +127,11 @@ protected:
 
     void SetUp() override
     {
+        gf_installFinalExit(); // a requested exit runs as in the program
         gf_resetParameters();
         MSFS_2020.value = true;
         gf_openLog("Log.txt");
+        gf_installFinalExit(); // the link's restarts run the whole exit
         sleepScale = 0.001;
         resetLink();
     }
