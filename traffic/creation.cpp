@@ -127,7 +127,7 @@ StandOutcome lf_standForNewRecord(act& RECORD)
 bool lf_livePhase(act& RECORD)
 {
     if (!lf_findLivery(RECORD)) {
-        noLiverySet.insert(gf_noLiveryKey(RECORD));
+        gf_addNoLivery(gf_noLiveryKey(RECORD));
         RECORD.eraseNow = true;
         return false;
     }

@@ -33,6 +33,8 @@ void gf_matchLivery(act& RECORD);
 bool gf_matchStaticLivery(ActCore& RECORD, std::string_view STAND_NAME, bool STAND_CARGO);
 /// The log's list of aircraft that found no livery (LOG on).
 void lf_reportNoMatch();
+/// A key into noLiverySet.
+void gf_addNoLivery(const std::string& KEY);
 
 // --- the gates (waiting.cpp) ----------------------------------------------------
 /// A callsign the simulator can show: not empty, not "@@@@@@@@", at most 8 characters.

@@ -18,6 +18,9 @@ std::set<std::string> noLiverySet;
 
 namespace {
 
+/// The list's keys have all gone to the log since the last one came in.
+bool noMatchReported = true;
+
 /// Titles of this maker's packages roll out with the reversers' sound.
 constexpr std::string_view reverserMark = "FSLTL_";
 constexpr std::int32_t lastClassId = 5;
@@ -99,6 +102,11 @@ bool gf_matchStaticLivery(ActCore& RECORD, std::string_view STAND_NAME, bool STA
     return false;
 }
 
+void gf_addNoLivery(const std::string& KEY)
+{
+    if (noLiverySet.insert(KEY).second) noMatchReported = false;
+}
+
 void lf_reportNoMatch()
 {
     if (!LOG.value || noLiverySet.empty()) return;
@@ -106,10 +114,18 @@ void lf_reportNoMatch()
     for (const auto& key : noLiverySet) text.append("\n").append(key);
     text.append("\n");
     gf_log(text);
+    noMatchReported = true;
 }
 
 void gf_writeUnmatchedReport() { lf_reportNoMatch(); }
 
-void gf_clearUnmatchedFlights() { noLiverySet.clear(); }
+void gf_clearUnmatchedFlights()
+{
+    // The exit empties the list before it writes its report: what is
+    // forgotten here goes to the log first, once.
+    if (!noMatchReported) lf_reportNoMatch();
+    noLiverySet.clear();
+    noMatchReported = true;
+}
 
 } // namespace orv

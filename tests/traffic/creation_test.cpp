@@ -225,6 +225,23 @@ TEST_F(Creation, AnAircraftWithoutLiveryIsKeptInTheUnmatchedList)
     EXPECT_TRUE(logHas("No match found for: \nDLH A359 \n\n"));
     gf_clearUnmatchedFlights();
     EXPECT_TRUE(noLiverySet.empty());
+    const auto reports = [&] {
+        const std::string text = log.text();
+        std::size_t count = 0;
+        for (auto at = text.find("No match found for"); at != std::string::npos; at = text.find("No match found for", at + 1))
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(reports(), 1U) << "reported lists are not reported again";
+}
+
+TEST_F(Creation, TheExitReportsTheUnmatchedListBeforeItIsEmptied)
+{
+    // The session's end empties the list first and writes the report after.
+    gf_addNoLivery("DLH A359 D-AIXA");
+    gf_clearUnmatchedFlights();
+    gf_writeUnmatchedReport();
+    EXPECT_TRUE(logHas("No match found for: \nDLH A359 D-AIXA\n"));
 }
 
 TEST_F(Creation, TheSameAeroplaneKeepsItsLiveryForTheWholeRun)
