@@ -7,7 +7,7 @@
 #include "core/clock.h"
 #include "core/errors.h"
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "core/exit_request.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/window_state.h"

@@ -5,7 +5,7 @@
 
 #include "core/errors.h"
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "core/exit_request.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/sim_messages.h"

@@ -4,7 +4,7 @@
 #include "sim/sim_session.h"
 
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "core/exit_request.h"
 #include "core/log.h"
 #include "core/user_position.h"
 #include "core/window_state.h"
