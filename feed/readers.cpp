@@ -5,7 +5,7 @@
 
 #include "core/errors.h"
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "core/exit_request.h"
 #include "core/log.h"
 #include "feed/decode.h"
 #include "feed/feed.h"
