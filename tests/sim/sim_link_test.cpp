@@ -334,5 +334,28 @@ TEST_F(LinkWithSim, ChangingTheAircraftRestartsAfter45Seconds)
     EXPECT_EQ(countInLog("===> New file loaded"), 1);
 }
 
+
+TEST_F(LinkWithSim, RefusedReleaseOfControlCountsAsFailedRequest)
+{
+    connect({"--user", "47.0,8.0"});
+    const std::uint32_t object = createLive("REL123");
+    ASSERT_NE(object, 0u);
+    ASSERT_TRUE(eventually([&] { return lines("event", object).size() == 3; })); // the freeze went out
+    const std::int32_t before = simRequestFailures;
+    sim->control("refuse", "count=1");
+    ActCore r;
+    r.objectId = object;
+    r.classId = 2;
+    // A flaps event is released before it is sent: the first refused call is that release.
+    int index = 0;
+    ASSERT_TRUE(eventually([&] {
+        gf_setFlaps(r, ++index % 4);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return simRequestFailures > before;
+    }));
+    EXPECT_EQ(simRequestFailures, before + 1);
+    EXPECT_EQ(countInLog("SimConnect TransmitClientEvent"), 0); // the event itself went out
+}
+
 } // namespace
 } // namespace orv::test
