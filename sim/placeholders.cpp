@@ -1,30 +1,18 @@
-// Answers that later parts give the simulator link, kept as named calls until
-// they exist: the stand search of the park airport, and the identification
-// of the user aircraft from its title and model.
+// Answers that later parts give the simulator link: the stand search of the
+// park airport (kept as named calls until parking exists), and the
+// identification of the user aircraft from its title and model.
 #include "sim/sim_link.h"
 
-#include <mutex>
+#include "liveries/user_aircraft.h"
 
 namespace orv {
-
-namespace {
-std::mutex userAircraftMutex;
-std::string userTitle, userModel; ///< guarded by userAircraftMutex
-} // namespace
 
 std::string gf_userStand(double, double) { return {}; }
 void gf_storeUserStand(const std::string&) {}
 
-void gf_userTitleReply(const std::string& TITLE)
-{
-    std::lock_guard lock(userAircraftMutex);
-    userTitle = TITLE;
-}
-
-void gf_userModelReply(const std::string& MODEL)
-{
-    std::lock_guard lock(userAircraftMutex);
-    userModel = MODEL;
-}
+// Both run on the client thread; a model reply that shows no aircraft throws
+// error 73 to the client thread's handlers.
+void gf_userTitleReply(const std::string& TITLE) { lf_userTitleReply(TITLE.c_str()); }
+void gf_userModelReply(const std::string& MODEL) { lf_userModelReply(MODEL.c_str()); }
 
 } // namespace orv

@@ -3,6 +3,8 @@
 #include "tests/sim/sim_link_support.h"
 
 #include "core/errors.h"
+#include "liveries/user_aircraft.h"
+#include "tests/liveries/dbase_fixture.h"
 #include "core/window_state.h"
 #include "traffic/act.h"
 
@@ -534,6 +536,36 @@ TEST_F(LinkTest, BusyLockSkipsTheFrameAndKeepsTheQueues)
         lf_onFrame();
     }
     EXPECT_EQ(removeList.size(), 1u); // nothing lost: the next frame sends it
+}
+
+TEST_F(LinkTest, TitleAndModelRepliesIdentifyTheUserAircraft)
+{
+    loadDbase(PlainDbase());
+    const auto padded = [](std::string TEXT, std::size_t BYTES) {
+        TEXT.resize(BYTES, '\0');
+        return TEXT;
+    };
+    makeData(SIMCONNECT_RECV_ID_SIMOBJECT_DATA, requestUserTitle, 1, padded("Test B738 KLM", 256)).dispatchIt();
+    makeData(SIMCONNECT_RECV_ID_SIMOBJECT_DATA, requestUserModel, 1, padded("B738", 32)).dispatchIt();
+    EXPECT_EQ(userTitle, "Test B738 KLM");
+    EXPECT_TRUE(aircraftKnown);
+    EXPECT_NEAR(userWingspan, 35.79 / 2 / 1852, 1e-6);
+    EXPECT_EQ(userCategory.load(), ModelCategory::Large);
+    gf_resetUserAircraft();
+}
+
+TEST_F(LinkTest, ModelReplyWithoutAircraftIsError73ForTheClientThread)
+{
+    loadDbase(PlainDbase());
+    std::string model = ".0.text";
+    model.resize(32, '\0');
+    try {
+        makeData(SIMCONNECT_RECV_ID_SIMOBJECT_DATA, requestUserModel, 1, model).dispatchIt();
+        FAIL() << "expected error 73";
+    } catch (const UserErrorException& e) {
+        EXPECT_EQ(std::string(e.what()), "73: It looks like you have not selected an aircraft as user vehicle");
+    }
+    gf_resetUserAircraft();
 }
 
 } // namespace
