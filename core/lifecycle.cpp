@@ -107,6 +107,8 @@ void lf_runSessionSteps()
     gf_setReaderLampsWaiting();
     gf_enableControls(3);
     lf_waitFor(10, 300, [] { return gf_rtSessionExists(); });
+    // The readers' first requests go out at once: they must not ask at 0,0.
+    gf_publishRtPosition();
     gf_startWeatherReader();
     lf_waitFor(10, 300, [] {
         lf_applyParkAirports();
