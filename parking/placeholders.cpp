@@ -6,7 +6,6 @@ namespace orv {
 
 std::string lf_readParkAirports() { return {}; }
 void gf_readAirportDatabase() {}
-void gf_userAirportCheck(bool) {}
 bool gf_parkAirportHasStands() { return false; }
 void lf_clearReservedStand() {}
 void gf_adjustParking(bool) {}

@@ -166,6 +166,18 @@ double gf_distanceToPath(const RecordedFlight& FLIGHT, const LatLon& POS, double
     return best;
 }
 
+double gf_altitudeAt(const RecordedFlight& FLIGHT, double TIME)
+{
+    const auto& s = FLIGHT.samples;
+    const auto after = std::lower_bound(s.begin(), s.end(), TIME, [](const RecordedSample& S, double T) { return S.t < T; });
+    if (after == s.begin() || after == s.end()) return NAN;
+    const RecordedSample& a = *(after - 1);
+    const RecordedSample& b = *after;
+    if (a.onGround || b.onGround) return NAN;
+    const double u = b.t > a.t ? (TIME - a.t) / (b.t - a.t) : 0;
+    return a.altitudeFt + u * (b.altitudeFt - a.altitudeFt);
+}
+
 std::size_t gf_mostWithin(std::vector<double> TIMES, double SPAN)
 {
     std::sort(TIMES.begin(), TIMES.end());

@@ -66,6 +66,9 @@ std::map<std::string, RecordedFlight> gf_flightsOf(const std::vector<std::string
 /// recording's time at that point.
 double gf_distanceToPath(const RecordedFlight& FLIGHT, const LatLon& POS, double& TIME);
 
+/// The recorded altitude at TIME, between the samples around it; NAN on the ground.
+double gf_altitudeAt(const RecordedFlight& FLIGHT, double TIME);
+
 /// Great-circle metres.
 double gf_metresBetween(const LatLon& A, const LatLon& B);
 
