@@ -1,5 +1,6 @@
 // The dispatch and the queues of the simulator link, driven by records made
 // by hand: no simulator runs here.
+#include "tests/support/calendar.h"
 #include "tests/sim/sim_link_support.h"
 
 #include "core/errors.h"
@@ -171,17 +172,6 @@ TEST_F(LinkTest, GroundPulseWaitsForAPositionButTheTickDoesNot)
     makeData(SIMCONNECT_RECV_ID_SIMOBJECT_DATA, requestSimOnGround, 1, onGround).dispatchIt();
     EXPECT_TRUE(userGroundKnown);
     EXPECT_TRUE(userOnGround);
-}
-
-/// Days from 1970-01-01 of a civil date (proleptic Gregorian).
-long daysFromCivil(long Y, unsigned M, unsigned D)
-{
-    Y -= M <= 2;
-    const long era = (Y >= 0 ? Y : Y - 399) / 400;
-    const unsigned yoe = static_cast<unsigned>(Y - era * 400);
-    const unsigned doy = (153 * (M + (M > 2 ? -3 : 9)) + 2) / 5 + D - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<long>(doe) - 719468;
 }
 
 TEST_F(LinkTest, SimulatorUtcFollowsTheCalendar)

@@ -1,5 +1,6 @@
 // The stand-in simulator's parts on their own: variables and units, packing,
 // the calendar, geometry, client events, options, the wire and the config.
+#include "tests/support/calendar.h"
 #include "sim/simconnect_api.h"
 #include "standin/sim/control.h"
 #include "standin/sim/options.h"
@@ -20,6 +21,8 @@
 
 namespace orv::simstandin {
 namespace {
+
+using orv::test::daysFromCivil;
 
 constexpr double kPi = std::numbers::pi;
 
@@ -156,17 +159,6 @@ TEST(SimVars, WritesApplyInTheClientsUnitsAndCheckTheSize)
     EXPECT_EQ(o.lightStates, 0x205u);
     EXPECT_EQ(values.size(), 4u);
     EXPECT_DOUBLE_EQ(values[1], 100.0); // as the client gave it
-}
-
-/// Days since 1970-01-01 of a civil date, by the proleptic Gregorian rule.
-long daysFromCivil(long Y, unsigned M, unsigned D)
-{
-    Y -= M <= 2;
-    const long era = (Y >= 0 ? Y : Y - 399) / 400;
-    const unsigned yoe = static_cast<unsigned>(Y - era * 400);
-    const unsigned doy = (153 * (M + (M > 2 ? -3 : 9)) + 2) / 5 + D - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<long>(doe) - 719468;
 }
 
 TEST(SimVars, ZuluFieldsFollowTheCalendar)
