@@ -1,7 +1,7 @@
 // Process entry: one instance only, the log, the window, then the message
 // loop until the window closes. SIGINT and SIGTERM close the window.
 #include "core/errors.h"
-#include "core/event_loop.h"
+#include "app/event_loop.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"

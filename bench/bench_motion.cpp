@@ -8,12 +8,12 @@
 // to a stand, taxiing round a loop with stops, standing parked, and taking off.
 // The airport's stands are this program's own (the engine's airport calls).
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 #include "core/sim_messages.h"
 #include "liveries/dbase.h"
 #include "traffic/engine.h"
 #include "traffic/engine_parts.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 #include "traffic/motion.h"
 
 #include <benchmark/benchmark.h>
@@ -64,36 +64,31 @@ LatLon lf_at(double EAST, double NORTH) { return gf_fromPlane(origin, {EAST, NOR
 LatLon lf_standPos(std::int32_t ID) { return lf_at((ID - 1) * standSpacingM, 0); }
 } // namespace
 
-std::optional<double> gf_parkAirportElevation() { return elevationFt; }
-bool gf_parkAirportReady() { return true; }
-std::string gf_parkAirportIata() { return "BEN"; }
-bool gf_parkAirportWithin(const LatLon& POS, double NM) { return gf_distance(POS, origin) <= NM; }
-std::string gf_standName(std::int32_t) { return {}; }
-std::optional<StandRef> gf_closestStand(const LatLon& POS, const act&, double MAX_NM, bool)
+namespace {
+std::optional<StandRef> lf_closestStand(const LatLon& POS, const act&, double MAX_NM, bool)
 {
-    double east = 0, north = 0;
     const PlaneXY xy = gf_toPlane(origin, POS.lat, POS.lon);
-    east = xy.east;
-    north = xy.north;
-    const auto id = static_cast<std::int32_t>(std::lround(east / standSpacingM)) + 1;
+    const auto id = static_cast<std::int32_t>(std::lround(xy.east / standSpacingM)) + 1;
     if (id < 1 || id > standCount || standTaken[id]) return std::nullopt;
     const LatLon pos = lf_standPos(id);
-    if (gf_distance(POS, pos) > MAX_NM || std::fabs(north) > 60) return std::nullopt;
+    if (gf_distance(POS, pos) > MAX_NM || std::fabs(xy.north) > 60) return std::nullopt;
     return StandRef{id, pos, 0.0, 20.0 / metresPerNm, false};
 }
-bool gf_standRefused(std::int32_t) { return false; }
-double gf_standRadius(std::int32_t) { return 20.0 / metresPerNm; }
-void gf_setStandOccupied(std::int32_t ID, bool OCCUPIED)
+
+/// The benchmark's airport as the engine's parking table answers it.
+void lf_installAirport()
 {
-    if (ID >= 1 && ID <= standCount) standTaken[ID] = OCCUPIED;
+    parkingCalls.parkAirportElevation = [] { return std::optional<double>(elevationFt); };
+    parkingCalls.parkAirportReady = [] { return true; };
+    parkingCalls.parkAirportIata = [] { return std::string("BEN"); };
+    parkingCalls.parkAirportWithin = [](const LatLon& POS, double NM) { return gf_distance(POS, origin) <= NM; };
+    parkingCalls.closestStand = lf_closestStand;
+    parkingCalls.standRadius = [](std::int32_t) { return 20.0 / metresPerNm; };
+    parkingCalls.setStandOccupied = [](std::int32_t ID, bool OCCUPIED) {
+        if (ID >= 1 && ID <= standCount) standTaken[ID] = OCCUPIED;
+    };
 }
-void gf_markStandCargo(std::int32_t, const act&) {}
-void lf_takeStand(act&, const StandRef&) {}
-void lf_checkMaxPark(std::int32_t) {}
-void lf_learnDeparture(act&) {}
-void lf_learnLostAircraft(act&, bool) {}
-bool lf_addRealOption(std::int32_t, act&, bool, DayHalf, bool) { return false; }
-void gf_addRecentArrival(std::uint32_t, std::int32_t) {}
+} // namespace
 
 namespace {
 
@@ -311,7 +306,7 @@ void lf_activate(act& R)
     R.onGround = !front.airborne;
     if (front.airborne) {
         R.setPhase(Phase::flying);
-    } else if (auto stand = front.groundSpeed == 0 ? gf_closestStand(gf_posOf(front), R, 55 / metresPerNm, false)
+    } else if (auto stand = front.groundSpeed == 0 ? parkingCalls.closestStand(gf_posOf(front), R, 55 / metresPerNm, false)
                                                    : std::nullopt) {
         front.stationary = true;
         R.standPos = stand->pos;
@@ -319,7 +314,7 @@ void lf_activate(act& R)
         R.standId = stand->standId;
         R.setPhase(Phase::atStand);
         track.truncate(1);
-        gf_setStandOccupied(stand->standId, true);
+        parkingCalls.setStandOccupied(stand->standId, true);
     } else {
         R.setPhase(Phase::moving);
     }
@@ -368,6 +363,7 @@ double lf_threadCpuUs()
 void BM_EnginePass(benchmark::State& STATE)
 {
     const int count = static_cast<int>(STATE.range(0));
+    lf_installAirport();
     lf_makeWorld(count);
     const double lineSeconds = std::max(4.0, count / 170.0);
     // Two minutes of traffic first: records made, tracks full, phases mixed.

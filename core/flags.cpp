@@ -15,6 +15,7 @@ std::atomic<bool> parkRefreshRequested{false};
 std::atomic<bool> parkRefreshRtOnly{false};
 std::atomic<bool> blockRequested{false};
 std::atomic<bool> objectIdLookupRequested{false};
+std::atomic<bool> trafficResetRequested{false};
 
 std::atomic<bool> simRequestsOff{false};
 bool loopRunning = false;
@@ -27,7 +28,6 @@ std::int32_t tickCount = 0;
 std::atomic<std::int32_t> engineTick{0};
 std::atomic<std::int32_t> statusClock{0};
 std::int32_t notRunningCountdown = 100;
-std::atomic<std::uint64_t> nowDayHalf{0};
 unsigned hardwareThreads = 1;
 std::atomic<int> scanProgress{0};
 

@@ -27,6 +27,7 @@ extern std::atomic<bool> parkRefreshRequested;
 extern std::atomic<bool> parkRefreshRtOnly;
 extern std::atomic<bool> blockRequested;
 extern std::atomic<bool> objectIdLookupRequested;
+extern std::atomic<bool> trafficResetRequested; ///< a time shift: remove all traffic, refresh parking
 
 // --- plain flags: one writer thread each -------------------------------------
 extern std::atomic<bool> simRequestsOff; ///< third simulator request failure; cleared by lf_initSimQueues
@@ -41,7 +42,6 @@ extern std::int32_t tickCount;                 ///< main thread: seconds of this
 extern std::atomic<std::int32_t> engineTick;   ///< main thread: 10 ms passes of the engine
 extern std::atomic<std::int32_t> statusClock;  ///< main thread: ticks since process start
 extern std::int32_t notRunningCountdown;       ///< main thread: passes in "Flight not running"
-extern std::atomic<std::uint64_t> nowDayHalf;  ///< day (1 Monday..7) low half, half hour high half
 extern unsigned hardwareThreads;               ///< start-up: worker count for the scans
 extern std::atomic<int> scanProgress;          ///< scans: files done, for the window
 

@@ -5,12 +5,9 @@
 
 #include <mutex>
 
-namespace orv {
+#include "core/geometry.h"
 
-struct LatLon {
-    double lat = 0; ///< degrees
-    double lon = 0; ///< degrees
-};
+namespace orv {
 
 struct UserPosition {
     double lat = 0;         ///< degrees

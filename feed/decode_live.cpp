@@ -14,7 +14,7 @@
 #include "core/sim_messages.h"
 #include "feed/decode.h"
 #include "feed/decode_fields.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 namespace orv {
 

@@ -8,7 +8,7 @@
 #include "feed/feed.h"
 #include "feed/feed_state.h"
 #include "feed/park_view.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 namespace orv {
 

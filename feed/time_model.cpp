@@ -7,9 +7,10 @@
 
 #include "core/flags.h"
 #include "feed/decode.h"
-#include "traffic/act.h"
 
 namespace orv {
+
+std::vector<TrafficLine> incomingLines;
 
 namespace {
 

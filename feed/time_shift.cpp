@@ -10,8 +10,6 @@
 #include "core/window_state.h"
 #include "feed/feed.h"
 #include "feed/feed_session.h"
-#include "parking/parking.h"
-#include "traffic/engine.h"
 
 namespace orv {
 
@@ -50,10 +48,8 @@ void gf_setTimeShift(int MINUTES, bool QUIET)
         if (QUIET) return;
     }
     // The time on screen and the traffic belong together: a shift starts the
-    // picture anew.
-    lf_removeAllLive();
-    gf_removeAllStatics();
-    parkRefreshRequested = true;
+    // picture anew. The main thread removes the traffic at its next second.
+    trafficResetRequested = true;
 }
 
 void gf_applyStoredTimeShift()

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "core/geometry.h"
 
 namespace orv {
 
@@ -53,5 +56,12 @@ struct ParkedLine {
     std::int32_t halfHour = 0; ///< half hours since midnight UTC, later the age in half hours
     std::string standName;
 };
+
+/// The readers' hand-over to the engine: guarded by linesLock; the main
+/// thread takes two lines a pass from its end.
+extern std::vector<TrafficLine> incomingLines;
+
+inline LatLon gf_posOf(const TrackPoint& POINT) { return {POINT.lat, POINT.lon}; }
+inline bool gf_samePosition(const TrackPoint& A, const TrackPoint& B) { return A.lat == B.lat && A.lon == B.lon; }
 
 } // namespace orv

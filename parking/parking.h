@@ -2,7 +2,11 @@
 // airport near the user, static parked aircraft, the stand the user holds.
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "core/geometry.h"
+#include "traffic/act.h"
 
 namespace orv {
 
@@ -30,5 +34,19 @@ void gf_saveLearnedChanges();
 void gf_clearWaitingAirports();
 /// Looks DESTINATION up in the airport database and applies it when known.
 void gf_applyStoredDestination();
+/// The elevation of the park airport in feet, when one is set.
+std::optional<double> gf_parkAirportElevation();
+/// A park airport is set and lies within NM nautical miles of POS.
+bool gf_parkAirportWithin(const LatLon& POS, double NM);
+
+// --- the once-a-second work of the spine on the live and static lists ---------
+/// The once-only stand learning of a live aircraft that was created, landed or parked.
+void lf_learnOnce(act& RECORD);
+/// Removes the first static aircraft that this live one claims (same callsign).
+void lf_removeClaimedStatic(act& RECORD);
+/// Live aircraft on the ground against static aircraft.
+void lf_collisionLiveParked();
+/// A live aircraft against the static aircraft (each 61 seconds).
+void lf_checkAgainstStatics(act& RECORD);
 
 } // namespace orv

@@ -15,24 +15,14 @@
 
 #include <cmath>
 
+#include "core/geometry.h"
+
 namespace orv {
 
 namespace {
 
-/// Twice the earth's radius in nautical miles, for the haversine.
-constexpr double earthDiameterNm = 6875.493541569878;
-constexpr double radiansPerDegree = 0.017453292519943295;
-
 bool parkSet = false; ///< main thread
 LatLon parkPosition;
-
-double lf_distanceNm(const LatLon& A, const LatLon& B)
-{
-    const double x = std::cos(B.lat * radiansPerDegree) * std::cos(A.lat * radiansPerDegree) *
-                         std::pow(std::sin((A.lon - B.lon) * radiansPerDegree / 2), 2) +
-                     std::pow(std::sin((A.lat - B.lat) * radiansPerDegree / 2), 2);
-    return std::asin(std::sqrt(x)) * earthDiameterNm;
-}
 
 } // namespace
 
@@ -60,11 +50,15 @@ void gf_userAirportCheck(bool FIRST)
     }
     // On the ground the airport stays, also far away from it.
     if (user.onGround) return;
-    const double distance = lf_distanceNm(here, parkPosition);
+    const double distance = gf_distanceNm(here, parkPosition);
     if (distance <= AIRPORT_RANGE.value && user.altitudeFt - user.groundAltFt <= AIRPORT_HEIGHT.value) return;
     gf_log(fmt::format("\n{} the user's airport is out of sight ({:.1F} nm)", gf_timeOfDay(), distance));
     gf_publishParkView(ParkView{});
     parkSet = false;
 }
+
+std::optional<double> gf_parkAirportElevation() { return parkSet ? gf_parkView().elevationFt : std::nullopt; }
+
+bool gf_parkAirportWithin(const LatLon& POS, double NM) { return parkSet && gf_distanceNm(POS, parkPosition) <= NM; }
 
 } // namespace orv

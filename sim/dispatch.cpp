@@ -2,6 +2,7 @@
 // program's identifiers, on the client thread. It reaches the engine only
 // through gf_postMessage.
 #include "sim/sim_session.h"
+#include "sim/sim_answers.h"
 
 #include "core/errors.h"
 #include "core/flags.h"
@@ -213,8 +214,8 @@ void lf_simObjectData(const SIMCONNECT_RECV_SIMOBJECT_DATA& R, DWORD SIZE)
         gf_postMessage({R.dwObjectID, 0, MessageKind::staticData, lf_field<double>(R, SIZE, 0),
                         lf_field<double>(R, SIZE, sizeof(double))});
         break;
-    case requestUserTitle: gf_userTitleReply(lf_text(R, SIZE, 0, gf_dataBytes(R, SIZE))); break;
-    case requestUserModel: gf_userModelReply(lf_text(R, SIZE, 0, atcIdBytes)); break;
+    case requestUserTitle: simAnswers.userTitle(lf_text(R, SIZE, 0, gf_dataBytes(R, SIZE))); break;
+    case requestUserModel: simAnswers.userModel(lf_text(R, SIZE, 0, atcIdBytes)); break;
     case requestSimOnGround: {
         const UserState state = gf_userState();
         if (!gf_isNoPosition(state.lat, state.lon)) {

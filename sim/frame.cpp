@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <numbers>
 
 namespace orv {
@@ -18,6 +19,27 @@ namespace {
 
 constexpr double degreesPerRadian = 180.0 / std::numbers::pi;
 constexpr DWORD positionBytes = 64;
+
+/// Creations reach the simulator at most one per 500 ms, removals ten a
+/// second, by the clock. The engine paces them by its passes, but the main
+/// loop re-anchors its schedule at each second's reply, so a count of passes
+/// alone let three creations through within one second.
+constexpr auto createSpacing = std::chrono::milliseconds(500);
+constexpr auto removeSpacing = std::chrono::milliseconds(100);
+std::chrono::steady_clock::time_point lastCreateSent, lastRemoveSent; ///< client thread, under simLock
+
+/// Sends the first of LIST when its spacing has passed since the last one sent.
+template <typename Item, typename Send>
+void lf_sendPaced(std::vector<Item>& LIST, std::chrono::steady_clock::time_point& LAST,
+                  std::chrono::milliseconds SPACING, Send&& SEND)
+{
+    if (LIST.empty()) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - LAST < SPACING) return;
+    LAST = now;
+    SEND(LIST.front());
+    LIST.erase(LIST.begin());
+}
 
 /// Takes the first in-flight creation that MATCHES out of the list; its id, or 0.
 template <typename Match>
@@ -79,10 +101,8 @@ void lf_onFrame()
     }
     lf_sendPositions();
     lf_sendEvents();
-    for (const CreateRequest& request : createList) lf_createObject(request);
-    createList.clear();
-    for (const std::uint32_t objectId : removeList) lf_removeObject(objectId);
-    removeList.clear();
+    lf_sendPaced(createList, lastCreateSent, createSpacing, lf_createObject);
+    lf_sendPaced(removeList, lastRemoveSent, removeSpacing, lf_removeObject);
 }
 
 void lf_createObject(const CreateRequest& R)

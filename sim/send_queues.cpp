@@ -7,7 +7,6 @@
 #include "core/flags.h"
 #include "core/log.h"
 #include "core/parameters.h"
-#include "traffic/act.h"
 
 #include <cstddef>
 
@@ -19,7 +18,6 @@ constexpr std::size_t queueReserve = 256;
 /// Above this frame rate a busy lock is worth waiting for; below, a tick's
 /// positions are dropped and the simulator keeps the previous ones.
 constexpr float waitFrameRate = 50.0f;
-constexpr std::int32_t helicopterClass = 5;
 constexpr std::int32_t lastIndex = 4;
 
 std::vector<PositionUpdate> positionsA, positionsB;
@@ -125,25 +123,17 @@ void gf_setNavLight(std::uint32_t OBJECT_ID, bool ON) { lf_queueLocked(OBJECT_ID
 
 void gf_setCabinLight(std::uint32_t OBJECT_ID, bool ON) { lf_queueLocked(OBJECT_ID, eventCabinLightsSet, ON ? 1 : 0); }
 
-void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX)
+void gf_sendThrottle(std::uint32_t OBJECT_ID, std::int32_t INDEX)
 {
-    if (RECORD.throttleSetting == INDEX) return;
-    if (INDEX >= 0 && INDEX <= lastIndex) lf_queueLocked(RECORD.objectId, eventThrottleSet, throttleValues[INDEX]);
-    RECORD.throttleSetting = INDEX;
+    if (INDEX >= 0 && INDEX <= lastIndex) lf_queueLocked(OBJECT_ID, eventThrottleSet, throttleValues[INDEX]);
 }
 
-void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX)
+void gf_sendFlaps(std::uint32_t OBJECT_ID, std::int32_t INDEX)
 {
-    if (RECORD.flapsSetting == INDEX || RECORD.classId == helicopterClass) return;
-    if (INDEX >= 0 && INDEX <= lastIndex) lf_queueLocked(RECORD.objectId, eventFlapsSet, flapsValues[INDEX]);
-    RECORD.flapsSetting = INDEX;
+    if (INDEX >= 0 && INDEX <= lastIndex) lf_queueLocked(OBJECT_ID, eventFlapsSet, flapsValues[INDEX]);
 }
 
-void gf_setGear(const ActCore& RECORD, bool DOWN)
-{
-    if (RECORD.classId == helicopterClass) return;
-    lf_queueLocked(RECORD.objectId, eventGearSet, DOWN ? 1 : 0);
-}
+void gf_sendGear(std::uint32_t OBJECT_ID, bool DOWN) { lf_queueLocked(OBJECT_ID, eventGearSet, DOWN ? 1 : 0); }
 
 void gf_setControls(std::uint32_t OBJECT_ID, double SPOILERS, double THROTTLE1, double THROTTLE2)
 {

@@ -33,7 +33,7 @@ UserPosition gf_requestUserPosition();
 /// Asks for the user aircraft's title and model once.
 void gf_requestTitleAndModel();
 /// Asks for all aircraft within aiRequestRadius (under simLock).
-void gf_requestAircraftInRange();
+void gf_requestAircraftInRange(std::int32_t RADIUS_METRES);
 /// Queues an object's removal for the next Frame; takes simLock itself.
 void gf_queueRemove(std::uint32_t OBJECT_ID);
 /// Empties both position buffers (under simLock).
@@ -71,8 +71,6 @@ void gf_handOverPositions();
 } // namespace orv
 
 namespace orv {
-
-struct ActCore;
 
 /// One aircraft's pose for the simulator: the eight doubles of the position
 /// definition in their order (the 64-byte data block), then the object.
@@ -113,12 +111,12 @@ void gf_appendPosition(const PositionUpdate& UPDATE);
 void gf_setLights(std::uint32_t OBJECT_ID, const LightSet& LIGHTS);
 /// Queues CABIN_LIGHTS_SET; takes simLock.
 void gf_setCabinLight(std::uint32_t OBJECT_ID, bool ON);
-/// THROTTLE_SET by index 0..4 when it differs from the record's; index 5 sends nothing. Records the index.
-void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX);
-/// FLAPS_SET by index 0..4 when it differs, never for a helicopter. Records the index.
-void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX);
-/// GEAR_SET, never for a helicopter.
-void gf_setGear(const ActCore& RECORD, bool DOWN);
+/// THROTTLE_SET by index 0..4; any other index sends nothing. Takes simLock.
+void gf_sendThrottle(std::uint32_t OBJECT_ID, std::int32_t INDEX);
+/// FLAPS_SET by index 0..4; any other index sends nothing. Takes simLock.
+void gf_sendFlaps(std::uint32_t OBJECT_ID, std::int32_t INDEX);
+/// GEAR_SET. Takes simLock.
+void gf_sendGear(std::uint32_t OBJECT_ID, bool DOWN);
 /// Queues any other client event; the caller holds simLock.
 void gf_queueEvent(std::uint32_t OBJECT_ID, std::uint32_t EVENT_ID, std::uint32_t DATA);
 /// Spoiler handle and both throttle levers in percent, written at once (under simLock).
@@ -152,13 +150,5 @@ void gf_setNavLight(std::uint32_t OBJECT_ID, bool ON);
 /// the user aircraft stands on as the park airport's user stand.
 void gf_rememberUserStand();
 
-// Answers of later parts that the link calls; named calls until they exist.
-/// The stand of the park airport under a position on the ground; empty when none.
-std::string gf_userStand(double LAT, double LON);
-/// Stores a new user stand with the first park airport entry (my_park_airports.txt).
-void gf_storeUserStand(const std::string& STAND);
-/// The user aircraft's title (request 106) and ATC model (107).
-void gf_userTitleReply(const std::string& TITLE);
-void gf_userModelReply(const std::string& MODEL);
 
 } // namespace orv

@@ -148,7 +148,6 @@ void lf_createFailed(std::uint32_t SEND_ID);
 /// Unix seconds of a UTC year, day of the year (from 1) and second of the day.
 std::int64_t gf_unixSeconds(std::int64_t YEAR, std::int64_t DAY_OF_YEAR, std::int64_t SECOND_OF_DAY);
 /// Great-circle distance in nautical miles, as the teleport test measures it.
-double gf_teleportDistanceNm(double LAT1, double LON1, double LAT2, double LON2);
 /// The data block of a data record, and how many bytes of it the record holds.
 const char* gf_dataBlock(const SIMCONNECT_RECV_SIMOBJECT_DATA& RECORD);
 std::size_t gf_dataBytes(const SIMCONNECT_RECV_SIMOBJECT_DATA& RECORD, DWORD SIZE);

@@ -8,7 +8,7 @@
 #include "core/log.h"
 #include "core/user_position.h"
 #include "core/window_state.h"
-#include "feed/feed.h"
+#include "sim/sim_answers.h"
 
 #include <fmt/format.h>
 
@@ -24,12 +24,11 @@ std::atomic<bool> userOnGround{false};
 std::atomic<std::int64_t> simUtc{0};
 std::atomic<std::int32_t> simRequestFailures{0};
 UserState userState;
+SimAnswers simAnswers;
 std::mutex userStateMutex;
 
 namespace {
 
-/// Twice the earth radius in nautical miles, as the teleport test measures.
-constexpr double teleportDiameterNm = 6875.493541569878;
 /// A jump of more than this between two replies is a teleport.
 constexpr double teleportLimitNm = 10.0;
 constexpr int teleportRestartSeconds = 45;
@@ -50,7 +49,7 @@ std::int64_t lf_daysBeforeYear(std::int64_t YEAR)
 }
 
 /// The stand under the user aircraft; only a parked aircraft has one.
-std::string lf_standUnder(double LAT, double LON) { return userOnGround ? gf_userStand(LAT, LON) : std::string(); }
+std::string lf_standUnder(double LAT, double LON) { return userOnGround ? simAnswers.userStand(LAT, LON) : std::string(); }
 
 void lf_showStand(const std::string& STAND)
 {
@@ -83,14 +82,6 @@ std::int64_t gf_unixSeconds(std::int64_t YEAR, std::int64_t DAY_OF_YEAR, std::in
     return days * secondsPerDay + SECOND_OF_DAY;
 }
 
-double gf_teleportDistanceNm(double LAT1, double LON1, double LAT2, double LON2)
-{
-    constexpr double rad = std::numbers::pi / 180.0;
-    const double dLat = (LAT2 - LAT1) * rad, dLon = (LON2 - LON1) * rad;
-    const double a = std::pow(std::sin(dLat / 2), 2) + std::cos(LAT1 * rad) * std::cos(LAT2 * rad) * std::pow(std::sin(dLon / 2), 2);
-    return std::asin(std::sqrt(std::min(1.0, a))) * teleportDiameterNm;
-}
-
 UserState gf_userState()
 {
     std::lock_guard lock(userStateMutex);
@@ -116,7 +107,7 @@ void lf_userStateReply(const SIMCONNECT_RECV_SIMOBJECT_DATA& R, DWORD SIZE)
         std::lock_guard lock(userStateMutex);
         userState = state;
         if (!gf_isNoPosition(previousUserPos.lat, previousUserPos.lon))
-            teleport = gf_teleportDistanceNm(previousUserPos.lat, previousUserPos.lon, state.lat, state.lon) > teleportLimitNm;
+            teleport = gf_distance(previousUserPos.lat, previousUserPos.lon, state.lat, state.lon) > teleportLimitNm;
         previousUserPos = {state.lat, state.lon};
     }
     if (teleport) {
@@ -173,11 +164,11 @@ void gf_requestTitleAndModel()
     }
 }
 
-void gf_requestAircraftInRange()
+void gf_requestAircraftInRange(std::int32_t RADIUS_METRES)
 {
-    lf_request([] {
+    lf_request([RADIUS_METRES] {
         return SimConnect_RequestDataOnSimObjectType(simHandle, requestInRange, defInRange,
-                                                     static_cast<DWORD>(std::max(0, aiRequestRadius)),
+                                                     static_cast<DWORD>(std::max(0, RADIUS_METRES)),
                                                      SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);
     }, "SimConnect request ac within range fails", false);
 }
@@ -197,7 +188,7 @@ void gf_rememberUserStand()
     const UserState s = gf_userState();
     if (s.groundSpeed > standStillKt) return;
     const std::string stand = lf_standUnder(s.lat, s.lon);
-    if (!stand.empty()) gf_storeUserStand(stand);
+    if (!stand.empty()) simAnswers.storeUserStand(stand);
 }
 
 void lf_resetUserState()

@@ -111,7 +111,7 @@ bool gf_farFromField(const TrafficLine& LINE)
 {
     const double altitude = LINE.point.altitude;
     if (altitude >= farAboveFt || altitude <= 0) return true;
-    const double field = gf_parkAirportElevation().value_or(noFieldElevationFt);
+    const double field = parkingCalls.parkAirportElevation().value_or(noFieldElevationFt);
     return std::fabs(altitude - field) > fieldToleranceFt;
 }
 

@@ -6,6 +6,7 @@
 // gf_postMessage (messageLock), and afterCreate is guarded by messageLock.
 #pragma once
 
+#include "core/day_half.h"
 #include "core/sim_messages.h"
 #include "feed/traffic_line.h"
 #include "sim/sim_link.h"
@@ -20,12 +21,6 @@
 #include <vector>
 
 namespace orv {
-
-/// Weekday in UTC (1 Monday to 7 Sunday) and half hour of the day (0 to 47).
-struct DayHalf {
-    std::int32_t day = 0;
-    std::int32_t halfHour = 0;
-};
 
 enum class ActState : std::int32_t { waiting = 0, creating = 1, active = 2, recreating = 3, removing = 4 };
 enum class Phase : std::int32_t {
@@ -155,7 +150,6 @@ inline constexpr size_t maxTrackPoints = 200;
 /// MAX_LIVE copied at each start-up; the working limit of live aircraft (-1: none).
 extern std::int32_t maxLive;
 extern std::vector<act> liveList;
-extern std::vector<TrafficLine> incomingLines; ///< guarded by linesLock
 extern std::vector<std::uint32_t> pendingCreates;
 extern std::deque<std::uint32_t> removeQueue;
 extern std::vector<AfterCreateEntry> afterCreate; ///< guarded by messageLock

@@ -65,7 +65,7 @@ void lf_altitudeStep(act& RECORD)
         return;
     }
     if (t0.airborne) {
-        const std::optional<double> field = gf_parkAirportElevation();
+        const std::optional<double> field = parkingCalls.parkAirportElevation();
         if (field && qnhEngine.load() <= standardQnh) {
             RECORD.altStep = (*field - RECORD.altitude) / dt;
         } else if (qnhEngine.load() <= standardQnh) {

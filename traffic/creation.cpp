@@ -11,7 +11,7 @@
 #include "liveries/dbase.h"
 #include "liveries/matching.h"
 #include "traffic/engine.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 #include "traffic/motion.h"
 
 #include <fmt/format.h>
@@ -38,12 +38,6 @@ constexpr double secondsPerMinute = 60;
 
 enum class StandOutcome { moving, parked, dropFront, erase };
 
-DayHalf lf_dayHalfNow()
-{
-    const std::uint64_t packed = nowDayHalf.load();
-    return {static_cast<std::int32_t>(packed & 0xFFFFFFFFu), static_cast<std::int32_t>(packed >> 32)};
-}
-
 void lf_trace(const act& RECORD, std::string_view WHAT)
 {
     if (LOG.value) gf_log(fmt::format("          {} {}", gf_actText(RECORD), WHAT));
@@ -64,7 +58,7 @@ void lf_settleStops(TrackQueue& TRACK)
 /// A live aircraft at a neighbouring stand whose wings would touch this one's.
 bool lf_neighbourTooClose(const act& RECORD, const StandRef& STAND)
 {
-    for (const StandRef& other : gf_conflictingStands(STAND.standId)) {
+    for (const StandRef& other : parkingCalls.conflictingStands(STAND.standId)) {
         const double apart = gf_distance(STAND.pos, other.pos);
         for (const act& live : liveList) {
             if (live.state != ActState::active || live.standId != other.standId) continue;
@@ -89,17 +83,17 @@ void lf_placeAtStand(act& RECORD, const StandRef& STAND)
     RECORD.standId = STAND.standId;
     RECORD.standCargo = STAND.cargo;
     RECORD.setPhase(Phase::atStand);
-    gf_setStandOccupied(STAND.standId, true);
+    parkingCalls.setStandOccupied(STAND.standId, true);
     RECORD.atStandSince = static_cast<double>(std::time(nullptr));
     RECORD.standLastDistance = 0;
     RECORD.awayCount = 0;
-    if (!RECORD.standCargo && RECORD.cargo) gf_markStandCargo(RECORD.standId, RECORD);
+    if (!RECORD.standCargo && RECORD.cargo) parkingCalls.markStandCargo(RECORD.standId, RECORD);
     front.lat = STAND.pos.lat;
     front.lon = STAND.pos.lon;
     front.track = STAND.headingRad * radToDeg;
-    const DayHalf now = lf_dayHalfNow();
-    if (lf_addRealOption(RECORD.standId, RECORD, false, now, false)) gf_addRecentArrival(RECORD.hexid, now.halfHour);
-    lf_checkMaxPark(1);
+    const DayHalf now = gf_dayHalfNow();
+    if (parkingCalls.addRealOption(RECORD.standId, RECORD, false, now, false)) parkingCalls.addRecentArrival(RECORD.hexid, now.halfHour);
+    parkingCalls.checkMaxPark(1);
 }
 
 /// Steps 2.3 to 2.14: a ground record goes to a stand if it can.
@@ -107,18 +101,18 @@ StandOutcome lf_standForNewRecord(act& RECORD)
 {
     const TrackQueue& track = RECORD.track;
     const TrackPoint& front = track.front();
-    if (!gf_parkAirportReady() || !gf_parkAirportWithin(gf_posOf(front), standAirportRangeNm)) return StandOutcome::moving;
+    if (!parkingCalls.parkAirportReady() || !parkingCalls.parkAirportWithin(gf_posOf(front), standAirportRangeNm)) return StandOutcome::moving;
     if (!front.stationary &&
         (track[1].groundSpeed > standMaxNextSpeedKt || gf_distance(gf_posOf(track.back()), gf_posOf(front)) > standMaxSpreadNm))
         return StandOutcome::moving;
     const LatLon searchAt = front.stationary ? gf_posOf(front) : gf_posOf(track.back());
-    const std::optional<StandRef> stand = gf_closestStand(searchAt, RECORD, standSearchNm, front.stationary);
+    const std::optional<StandRef> stand = parkingCalls.closestStand(searchAt, RECORD, standSearchNm, front.stationary);
     if (!stand) return track[1].stationary ? StandOutcome::dropFront : StandOutcome::moving;
-    if (gf_standRefused(stand->standId)) return StandOutcome::erase;
+    if (parkingCalls.standRefused(stand->standId)) return StandOutcome::erase;
     for (const act& other : liveList)
         if (&other != &RECORD && !lf_standConflictLive(RECORD, other)) return StandOutcome::erase;
     if (lf_neighbourTooClose(RECORD, *stand)) return StandOutcome::erase;
-    lf_clearStandOfStatics(RECORD, *stand);
+    parkingCalls.clearStandOfStatics(RECORD, *stand);
     lf_placeAtStand(RECORD, *stand);
     return StandOutcome::parked;
 }
@@ -137,7 +131,7 @@ bool lf_livePhase(act& RECORD)
     }
     switch (lf_standForNewRecord(RECORD)) {
     case StandOutcome::parked:
-        lf_trace(RECORD, fmt::format("appears at stand {}", gf_standName(RECORD.standId)));
+        lf_trace(RECORD, fmt::format("appears at stand {}", parkingCalls.standName(RECORD.standId)));
         return true;
     case StandOutcome::moving: RECORD.setPhase(Phase::moving); return true;
     case StandOutcome::dropFront:
@@ -231,10 +225,10 @@ bool lf_objectCreated(act& RECORD, const SimMessage& MESSAGE)
         gf_setGear(RECORD, true);
         RECORD.altStep = 0;
         if (RECORD.phase == Phase::atStand) {
-            RECORD.standSince = lf_dayHalfNow();
+            RECORD.standSince = gf_dayHalfNow();
             if (LOG.value && !RECORD.recreated)
-                gf_log(fmt::format("{:8}: {:8} parks", gf_standName(RECORD.standId), RECORD.callsign));
-            gf_dropStaticCandidates(RECORD.standId);
+                gf_log(fmt::format("{:8}: {:8} parks", parkingCalls.standName(RECORD.standId), RECORD.callsign));
+            parkingCalls.dropStaticCandidates(RECORD.standId);
         }
         RECORD.recreated = false;
         RECORD.slots = 1;

@@ -62,18 +62,12 @@ bool lf_writePln(const std::filesystem::path& PATH, const ActCore& RECORD);
 std::filesystem::path gf_flightPlanPath(std::uint32_t OBJECT_ID);
 void lf_setFlightPlan(act& RECORD);
 
-// --- answers of later parts, named calls until they are in ------------------------
+// --- identity and stand conflicts (identity.cpp, collisions.cpp) -------------------
 /// Identity: a ghost's callsign enters ghostCallsigns when its real aircraft is there.
 void lf_ghostCheck(const std::string& CALLSIGN);
 /// Identity: the real aircraft of a ghost record exists.
 bool lf_realExists(const act& RECORD);
 /// Stand conflicts: false when OTHER keeps RECORD from the stand it was given.
 bool lf_standConflictLive(const act& RECORD, const act& OTHER);
-/// Stand conflicts: static aircraft at or beside the stand make room.
-void lf_clearStandOfStatics(act& RECORD, const StandRef& STAND);
-/// The stands whose aircraft may touch an aircraft at STAND_ID.
-std::vector<StandRef> gf_conflictingStands(std::int32_t STAND_ID);
-/// Static parking: the candidates waiting for STAND_ID leave the create list.
-void gf_dropStaticCandidates(std::int32_t STAND_ID);
 
 } // namespace orv

@@ -5,9 +5,10 @@
 #include "core/flags.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "feed/feed.h"
 #include "sim/sim_link.h"
 #include "traffic/engine_parts.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <fmt/format.h>
 
@@ -19,7 +20,6 @@ namespace orv {
 std::int32_t maxLive = -1;
 std::vector<act> liveList;
 std::vector<StaticAct> staticList;
-std::vector<TrafficLine> incomingLines;
 std::vector<std::uint32_t> pendingCreates;
 std::deque<CreateRequest> liveCreateQueue, staticCreateQueue;
 std::deque<std::uint32_t> removeQueue;
@@ -154,7 +154,7 @@ void lf_staticCreated(const SimMessage& MESSAGE)
     StaticAct* parked = lf_findStatic([&](const StaticAct& s) { return s.objectId == MESSAGE.objectId; });
     if (parked == nullptr) return;
     parked->state = ActState::active;
-    gf_log(fmt::format("{:8}: {:8} parked", gf_standName(parked->standId), parked->callsign));
+    gf_log(fmt::format("{:8}: {:8} parked", parkingCalls.standName(parked->standId), parked->callsign));
     if (parked->removeWhenCreated) gf_removeAct(*parked);
 }
 
@@ -265,7 +265,7 @@ void lf_engineTick()
             gf_queueCreate(staticCreateQueue.front());
             staticCreateQueue.pop_front();
         } else {
-            gf_continueStaticCreation();
+            parkingCalls.continueStaticCreation();
         }
     }
     lf_takeLines();
@@ -274,7 +274,7 @@ void lf_engineTick()
         pendingCreates.pop_back();
         if (act* record = gf_findAct(hexid)) lf_queueCreateRequest(*record);
     }
-    if (tick % 20 == 0 && !simRequestsOff) gf_requestAircraftInRange();
+    if (tick % 20 == 0 && !simRequestsOff) gf_requestAircraftInRange(aiRequestRadius);
     if (tick % 100 == 0) ownPosition = gf_requestUserPosition();
     ++engineTick;
 }

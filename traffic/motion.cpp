@@ -25,7 +25,7 @@ constexpr double pullOutWithinDeg = 90.0; ///< leaving towards the stand's headi
 /// first teaches the stand learning what it can.
 void lf_endOfTrack(act& RECORD)
 {
-    if (RECORD.phase != Phase::atStand) lf_learnLostAircraft(RECORD, RECORD.phase != Phase::flying);
+    if (RECORD.phase != Phase::atStand) parkingCalls.learnLostAircraft(RECORD, RECORD.phase != Phase::flying);
     gf_removeAct(RECORD);
 }
 

@@ -4,7 +4,7 @@
 
 #include "core/flags.h"
 #include "traffic/act.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <cmath>
 #include <cstdint>
@@ -112,6 +112,12 @@ void lf_stepRollout(act& RECORD);
 
 // --- the aircraft's systems (systems.cpp) ------------------------------------
 void lf_event(const act& RECORD, SimEventId EVENT, std::uint32_t DATA);
+/// THROTTLE_SET by index 0..4 when it differs from the record's; index 5 sends nothing. Records the index.
+void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX);
+/// FLAPS_SET by index 0..4 when it differs, never for a helicopter. Records the index.
+void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX);
+/// GEAR_SET, never for a helicopter.
+void gf_setGear(const ActCore& RECORD, bool DOWN);
 /// SPOILERS_SET, never for a helicopter.
 void lf_spoilers(const act& RECORD, std::uint32_t VALUE);
 /// Spoiler handle and levers, never for a light aircraft.

@@ -24,12 +24,6 @@ constexpr double minEntryTicks = 100.0;
 constexpr std::int32_t settleTicks = 50;
 constexpr double cabinLitShare = 0.9;
 
-DayHalf lf_dayHalfOfNow()
-{
-    const std::uint64_t packed = nowDayHalf.load();
-    return {static_cast<std::int32_t>(packed & 0xffffffffu), static_cast<std::int32_t>(packed >> 32)};
-}
-
 bool lf_cabinLitWhenParked(bool CARGO_STAND)
 {
     if (CARGO_STAND) return false;
@@ -80,7 +74,7 @@ void lf_addStandEntry(act& RECORD)
 
 void lf_arrivalCheck(act& RECORD)
 {
-    if (!gf_parkAirportReady() || !RECORD.track.back().stationary) return;
+    if (!parkingCalls.parkAirportReady() || !RECORD.track.back().stationary) return;
     const Phase left = RECORD.previousPhase;
     if (!RECORD.towed && (left == Phase::atStand || left == Phase::pushBack || left == Phase::pushedBack)) return;
     bool wide = false;
@@ -100,9 +94,9 @@ void lf_arriveAtStand(act& RECORD, bool WIDE)
     if (last.lat == RECORD.lastSearchPos.lat && last.lon == RECORD.lastSearchPos.lon) return;
     RECORD.lastSearchPos = gf_posOf(last);
     const double radiusNm = gf_nmOfMetres(WIDE ? wideSearchMetres : narrowSearchMetres);
-    const std::optional<StandRef> stand = gf_closestStand(RECORD.lastSearchPos, RECORD, radiusNm, WIDE);
-    if (!stand || gf_standRefused(stand->standId)) return;
-    lf_takeStand(RECORD, *stand);
+    const std::optional<StandRef> stand = parkingCalls.closestStand(RECORD.lastSearchPos, RECORD, radiusNm, WIDE);
+    if (!stand || parkingCalls.standRefused(stand->standId)) return;
+    parkingCalls.takeStand(RECORD, *stand);
     RECORD.standPos = stand->pos;
     RECORD.standHeading = stand->headingRad;
     RECORD.standId = stand->standId;
@@ -120,21 +114,21 @@ void lf_parkAtStand(act& RECORD)
         return;
     }
     RECORD.setPhase(Phase::atStand);
-    gf_setStandOccupied(RECORD.standId, true);
-    RECORD.standSince = lf_dayHalfOfNow();
+    parkingCalls.setStandOccupied(RECORD.standId, true);
+    RECORD.standSince = gf_dayHalfNow();
     if (RECORD.towed) gf_log(fmt::format("          towed aircraft {} parks", RECORD.callsign));
     RECORD.track.front().stationary = true;
     RECORD.atStandSince = static_cast<double>(std::time(nullptr));
     RECORD.standLastDistance = 0;
     RECORD.awayCount = 0;
-    if (!RECORD.standCargo && RECORD.cargo) gf_markStandCargo(RECORD.standId, RECORD);
+    if (!RECORD.standCargo && RECORD.cargo) parkingCalls.markStandCargo(RECORD.standId, RECORD);
     lf_shutDown(RECORD);
-    gf_log(fmt::format("{:8}: {:8} arrived at stand", gf_standName(RECORD.standId), RECORD.callsign));
+    gf_log(fmt::format("{:8}: {:8} arrived at stand", parkingCalls.standName(RECORD.standId), RECORD.callsign));
     newHexids.push_back(RECORD.hexid);
     if (!RECORD.airline.empty() && RECORD.standCargo == RECORD.cargo &&
-        lf_addRealOption(RECORD.standId, RECORD, false, RECORD.standSince, false))
-        gf_addRecentArrival(RECORD.hexid, RECORD.standSince.halfHour);
-    lf_checkMaxPark(1);
+        parkingCalls.addRealOption(RECORD.standId, RECORD, false, RECORD.standSince, false))
+        parkingCalls.addRecentArrival(RECORD.hexid, RECORD.standSince.halfHour);
+    parkingCalls.checkMaxPark(1);
 }
 
 } // namespace orv

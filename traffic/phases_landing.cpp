@@ -61,7 +61,7 @@ void lf_belowLimit(act& RECORD)
 {
     gf_setCabinLight(RECORD.objectId, false);
     const double v = RECORD.track[0].verticalSpeed;
-    const bool fieldNear = gf_parkAirportWithin(lf_posOf(RECORD), landingReachNm);
+    const bool fieldNear = parkingCalls.parkAirportWithin(lf_posOf(RECORD), landingReachNm);
     if (v <= descendingFpm && !RECORD.landing && fieldNear) {
         gf_setThrottle(RECORD, lf_powerIndex(RECORD, 1));
         gf_setFlaps(RECORD, 3);
@@ -89,7 +89,7 @@ void lf_belowLimit(act& RECORD)
 
 double lf_heightForFlare(act& RECORD)
 {
-    if (!RECORD.fieldElevation) RECORD.fieldElevation = gf_parkAirportElevation();
+    if (!RECORD.fieldElevation) RECORD.fieldElevation = parkingCalls.parkAirportElevation();
     if (!RECORD.fieldElevation) return RECORD.agl;
     return std::min(RECORD.agl, RECORD.altitude - *RECORD.fieldElevation);
 }
@@ -149,7 +149,7 @@ void lf_touchdown(act& RECORD)
     RECORD.landing = false;
     RECORD.justLanded = true;
     std::string from;
-    if (!RECORD.destination.empty() && RECORD.destination == gf_parkAirportIata() && !RECORD.origin.empty())
+    if (!RECORD.destination.empty() && RECORD.destination == parkingCalls.parkAirportIata() && !RECORD.origin.empty())
         from = " from " + RECORD.origin;
     gf_showStatus(fmt::format("{:8} landed{}", RECORD.callsign, from), true);
     lf_spoilers(RECORD, spoilersOut);

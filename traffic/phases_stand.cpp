@@ -126,8 +126,8 @@ void lf_standGivenUp(act& RECORD)
         RECORD.predictedPoints = 0;
         lf_widenSlack(RECORD);
     }
-    if (!RECORD.airline.empty() && RECORD.standCargo == RECORD.cargo) lf_learnDeparture(RECORD);
-    gf_setStandOccupied(RECORD.standId, false);
+    if (!RECORD.airline.empty() && RECORD.standCargo == RECORD.cargo) parkingCalls.learnDeparture(RECORD);
+    parkingCalls.setStandOccupied(RECORD.standId, false);
 }
 
 void lf_pullOut(act& RECORD)
@@ -147,7 +147,7 @@ void lf_pullOut(act& RECORD)
     lf_leaveStandSystems(RECORD);
     gf_setThrottle(RECORD, 0);
     gf_setFlaps(RECORD, 1);
-    gf_log(fmt::format("{:8}: {:8} pulling out", gf_standName(RECORD.standId), RECORD.callsign));
+    gf_log(fmt::format("{:8}: {:8} pulling out", parkingCalls.standName(RECORD.standId), RECORD.callsign));
 }
 
 void lf_pushBack(act& RECORD)
@@ -155,7 +155,7 @@ void lf_pushBack(act& RECORD)
     RECORD.predictedPoints = 0;
     const std::int32_t now = lf_now();
     const double rev = gf_wrapTwoPi(RECORD.standHeading + pi);
-    const double pushNm = pushRadii * gf_standRadius(RECORD.standId);
+    const double pushNm = pushRadii * parkingCalls.standRadius(RECORD.standId);
     const LatLon here = lf_posOf(RECORD);
     const LatLon end = gf_destination(here, rev, pushNm * feetPerNm);
     const std::int32_t pushTicks = lf_ticksFor(pushNm, RECORD.pushSpeed);

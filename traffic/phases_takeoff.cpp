@@ -73,7 +73,7 @@ void lf_startTakeoff(act& RECORD)
     lf_spoilers(RECORD, spoilersIn);
     gf_setFlaps(RECORD, 1);
     lf_resetForTakeoff(RECORD);
-    if (!RECORD.airline.empty()) lf_learnLostAircraft(RECORD, true);
+    if (!RECORD.airline.empty()) parkingCalls.learnLostAircraft(RECORD, true);
 }
 
 void lf_rotationTest(act& RECORD)
@@ -111,7 +111,7 @@ void lf_tookOff(act& RECORD)
     if (!RECORD.takeoffRoll) lf_startTakeoff(RECORD);
     RECORD.setPhase(Phase::takingOff);
     std::string to;
-    if (!RECORD.origin.empty() && RECORD.origin == gf_parkAirportIata() && !RECORD.destination.empty())
+    if (!RECORD.origin.empty() && RECORD.origin == parkingCalls.parkAirportIata() && !RECORD.destination.empty())
         to = " to " + RECORD.destination;
     gf_showStatus(fmt::format("{:8} took-off{}", RECORD.callsign, to), true);
     lf_cancelCurve(RECORD);

@@ -144,7 +144,7 @@ void lf_predictPoint(act& RECORD, std::int32_t COUNT)
     if (parked) {
         p.dueTick += weekTicks;
         RECORD.standSeen = false;
-        gf_setStandOccupied(RECORD.standId, false);
+        parkingCalls.setStandOccupied(RECORD.standId, false);
     }
     p.bank.reset();
     p.headingValid = false;

@@ -21,6 +21,25 @@ void lf_event(const act& RECORD, SimEventId EVENT, std::uint32_t DATA)
     gf_queueEvent(RECORD.objectId, EVENT, DATA);
 }
 
+void gf_setThrottle(ActCore& RECORD, std::int32_t INDEX)
+{
+    if (RECORD.throttleSetting == INDEX) return;
+    gf_sendThrottle(RECORD.objectId, INDEX);
+    RECORD.throttleSetting = INDEX;
+}
+
+void gf_setFlaps(ActCore& RECORD, std::int32_t INDEX)
+{
+    if (RECORD.flapsSetting == INDEX || RECORD.classId == helicopterClass) return;
+    gf_sendFlaps(RECORD.objectId, INDEX);
+    RECORD.flapsSetting = INDEX;
+}
+
+void gf_setGear(const ActCore& RECORD, bool DOWN)
+{
+    if (RECORD.classId != helicopterClass) gf_sendGear(RECORD.objectId, DOWN);
+}
+
 void lf_spoilers(const act& RECORD, std::uint32_t VALUE)
 {
     if (!lf_isHelicopter(RECORD)) lf_event(RECORD, eventSpoilersSet, VALUE);

@@ -11,7 +11,7 @@
 #include "core/parameters.h"
 #include "liveries/dbase.h"
 #include "traffic/engine.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <fmt/format.h>
 

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
@@ -178,15 +179,12 @@ double gf_altitudeAt(const RecordedFlight& FLIGHT, double TIME)
     return a.altitudeFt + u * (b.altitudeFt - a.altitudeFt);
 }
 
-std::size_t gf_mostWithin(std::vector<double> TIMES, double SPAN)
+double gf_smallestGap(std::vector<double> TIMES)
 {
     std::sort(TIMES.begin(), TIMES.end());
-    std::size_t most = 0, from = 0;
-    for (std::size_t to = 0; to < TIMES.size(); ++to) {
-        while (TIMES[to] - TIMES[from] >= SPAN) ++from;
-        most = std::max(most, to - from + 1);
-    }
-    return most;
+    double smallest = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 1; i < TIMES.size(); ++i) smallest = std::min(smallest, TIMES[i] - TIMES[i - 1]);
+    return smallest;
 }
 
 double gf_percentile(std::vector<double> VALUES, double SHARE)

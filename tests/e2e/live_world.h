@@ -72,8 +72,8 @@ double gf_altitudeAt(const RecordedFlight& FLIGHT, double TIME);
 /// Great-circle metres.
 double gf_metresBetween(const LatLon& A, const LatLon& B);
 
-/// The most events of TIMES (seconds) inside any span of SPAN seconds.
-std::size_t gf_mostWithin(std::vector<double> TIMES, double SPAN);
+/// The smallest difference between two of TIMES (seconds); infinity for fewer than two.
+double gf_smallestGap(std::vector<double> TIMES);
 
 /// The value below which SHARE (0..1) of VALUES lie.
 double gf_percentile(std::vector<double> VALUES, double SHARE);

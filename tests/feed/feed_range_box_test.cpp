@@ -2,7 +2,7 @@
 #include "feed/feed_session.h"
 #include "feed/feed_state.h"
 #include "feed_test_support.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 namespace orv::test {
 namespace {
@@ -127,14 +127,14 @@ TEST_F(RangeBox, TimeShiftIsSplitLimitedAndTakenByBothClients)
     EXPECT_NE(logText().find("Time shifting is limited to 4 weeks"), std::string::npos);
     EXPECT_EQ(logText().find("Time shifted"), std::string::npos) << "quiet";
 
-    parkRefreshRequested = false;
+    trafficResetRequested = false;
     gf_setTimeShift(1501, false);
     EXPECT_EQ(TIME_SHIFT_DAYS.value, 1);
     EXPECT_EQ(TIME_SHIFT_HOURS.value, 1);
     EXPECT_EQ(TIME_SHIFT_MINS.value, 1);
     EXPECT_EQ(session->traffic.toffset, 1501);
     EXPECT_NE(logText().find("Time shifted 1501 minutes"), std::string::npos);
-    EXPECT_TRUE(parkRefreshRequested) << "a shift starts the picture anew";
+    EXPECT_TRUE(trafficResetRequested) << "a shift starts the picture anew";
 
     gf_setTimeShift(1, false);
     EXPECT_NE(logText().find("Time shifted 1 minute\n"), std::string::npos);

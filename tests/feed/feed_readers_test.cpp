@@ -2,7 +2,7 @@
 // service hands out, bring the history and the live lines to the main
 // thread with their due ticks, and end as each failure says; a reader of an
 // ended session reaches nothing of the next one.
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 #include "feed_service_fixture.h"
 #include "traffic/act.h"
 

@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 
 #include "feed/feed_session.h"
 #include "feed/feed_state.h"

@@ -5,7 +5,7 @@
 
 #include "core/clock.h"
 #include "core/flags.h"
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/sim_messages.h"
@@ -127,11 +127,11 @@ protected:
 
     void SetUp() override
     {
-        gf_installFinalExit(); // a requested exit runs as in the program
         gf_resetParameters();
         MSFS_2020.value = true;
         gf_openLog("Log.txt");
         gf_installFinalExit(); // the link's restarts run the whole exit
+        gf_installAnswers();   // the user aircraft's title and model reach their rules
         sleepScale = 0.001;
         resetLink();
     }

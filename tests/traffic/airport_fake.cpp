@@ -1,14 +1,10 @@
 // Test support: the park airport and its stands as the engine asks for them,
-// answered from testAirport. These definitions stand in for the program's
-// own (traffic/placeholders_airport.cpp), which the linker then leaves out.
+// answered from testAirport and installed in the engine's parking table.
+#include "core/geometry.h"
 #include "tests/traffic/harness.h"
-#include "traffic/engine_parts.h"
-#include "traffic/geometry.h"
+#include "traffic/parking_calls.h"
 
-namespace orv {
-
-using test::testAirport;
-using test::TestStand;
+namespace orv::test {
 
 namespace {
 TestStand* lf_stand(std::int32_t STAND_ID)
@@ -17,22 +13,8 @@ TestStand* lf_stand(std::int32_t STAND_ID)
         if (s.id == STAND_ID) return &s;
     return nullptr;
 }
-} // namespace
 
-std::optional<double> gf_parkAirportElevation()
-{
-    if (!testAirport.set) return std::nullopt;
-    return testAirport.elevationFt;
-}
-bool gf_parkAirportReady() { return testAirport.set && testAirport.ready; }
-std::string gf_parkAirportIata() { return testAirport.set ? testAirport.iata : std::string(); }
-bool gf_parkAirportWithin(const LatLon& POS, double NM) { return testAirport.set && gf_distance(POS, testAirport.pos) <= NM; }
-std::string gf_standName(std::int32_t STAND_ID)
-{
-    const TestStand* s = lf_stand(STAND_ID);
-    return s ? s->name : std::string();
-}
-std::optional<StandRef> gf_closestStand(const LatLon& POS, const act&, double MAX_NM, bool)
+std::optional<StandRef> lf_closestStand(const LatLon& POS, const act&, double MAX_NM, bool)
 {
     const TestStand* best = nullptr;
     double bestNm = MAX_NM;
@@ -46,25 +28,34 @@ std::optional<StandRef> gf_closestStand(const LatLon& POS, const act&, double MA
     if (best == nullptr) return std::nullopt;
     return StandRef{best->id, best->pos, best->headingRad, best->radiusNm, best->cargo};
 }
-bool gf_standRefused(std::int32_t) { return false; }
-double gf_standRadius(std::int32_t STAND_ID)
-{
-    const TestStand* s = lf_stand(STAND_ID);
-    return s ? s->radiusNm : 0;
-}
-void gf_setStandOccupied(std::int32_t STAND_ID, bool OCCUPIED)
-{
-    if (TestStand* s = lf_stand(STAND_ID)) s->occupied = OCCUPIED;
-}
-void gf_markStandCargo(std::int32_t STAND_ID, const act&)
-{
-    if (TestStand* s = lf_stand(STAND_ID)) s->cargo = true;
-}
-void lf_takeStand(act&, const StandRef&) {}
-void lf_checkMaxPark(std::int32_t) {}
-void lf_learnDeparture(act&) {}
-void lf_learnLostAircraft(act&, bool) {}
-bool lf_addRealOption(std::int32_t, act&, bool, DayHalf, bool) { return false; }
-void gf_addRecentArrival(std::uint32_t, std::int32_t) {}
+} // namespace
 
-} // namespace orv
+void gf_installTestAirport()
+{
+    parkingCalls = ParkingCalls{};
+    parkingCalls.parkAirportElevation = [] {
+        return testAirport.set ? std::optional<double>(testAirport.elevationFt) : std::nullopt;
+    };
+    parkingCalls.parkAirportReady = [] { return testAirport.set && testAirport.ready; };
+    parkingCalls.parkAirportIata = [] { return testAirport.set ? testAirport.iata : std::string(); };
+    parkingCalls.parkAirportWithin = [](const LatLon& POS, double NM) {
+        return testAirport.set && gf_distance(POS, testAirport.pos) <= NM;
+    };
+    parkingCalls.standName = [](std::int32_t ID) {
+        const TestStand* s = lf_stand(ID);
+        return s ? s->name : std::string();
+    };
+    parkingCalls.closestStand = lf_closestStand;
+    parkingCalls.standRadius = [](std::int32_t ID) {
+        const TestStand* s = lf_stand(ID);
+        return s ? s->radiusNm : 0.0;
+    };
+    parkingCalls.setStandOccupied = [](std::int32_t ID, bool OCCUPIED) {
+        if (TestStand* s = lf_stand(ID)) s->occupied = OCCUPIED;
+    };
+    parkingCalls.markStandCargo = [](std::int32_t ID, const act&) {
+        if (TestStand* s = lf_stand(ID)) s->cargo = true;
+    };
+}
+
+} // namespace orv::test

@@ -12,7 +12,7 @@
 #include "tests/traffic/harness.h"
 #include "traffic/creation.h"
 #include "traffic/engine.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <gtest/gtest.h>
 

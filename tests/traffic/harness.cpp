@@ -5,7 +5,7 @@
 #include "core/sim_messages.h"
 #include "traffic/engine.h"
 #include "traffic/engine_parts.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 #include "traffic/motion.h"
 
 #include <algorithm>
@@ -42,6 +42,7 @@ const TestStand* lf_standNear(const LatLon& POS)
 void gf_resetEngine(std::int32_t TICK)
 {
     lf_clearEngine();
+    gf_installTestAirport();
     engineTick = TICK;
     ownPosition = {};
 }
@@ -175,7 +176,7 @@ void gf_activateRecord(act& RECORD, std::uint32_t OBJECT_ID)
         front.lat = stand->pos.lat;
         front.lon = stand->pos.lon;
         front.track = stand->headingRad * radToDeg;
-        gf_setStandOccupied(stand->id, true);
+        parkingCalls.setStandOccupied(stand->id, true);
     } else {
         RECORD.setPhase(Phase::moving);
     }

@@ -35,6 +35,8 @@ struct TestAirport {
     std::vector<TestStand> stands;
 };
 extern TestAirport testAirport;
+/// Puts testAirport's answers into the engine's parking table (gf_resetEngine does).
+void gf_installTestAirport();
 
 /// What one pass showed of one aircraft.
 struct Sample {

@@ -1,7 +1,7 @@
 // Test support: the checks of a flown scenario against its path.
 #include "tests/traffic/scenario_support.h"
 
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 #include "tests/traffic/harness.h"
 #include "tests/traffic/scenario_support.h"
 #include "traffic/engine.h"
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <gtest/gtest.h>
 

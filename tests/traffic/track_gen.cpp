@@ -1,7 +1,7 @@
 // Test support: driving a path and sampling it into feed lines.
 #include "tests/traffic/track_gen.h"
 
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,15 @@
-// Great-circle helpers of the engine and the unit constants of its motion:
+// The program's one geometry: positions (LatLon), the great-circle distance
+// and course that every folder uses, and the unit constants of motion:
 // distances in nautical miles, positions in degrees, headings in radians,
 // times in engine ticks of 10 ms.
 #pragma once
 
-#include "core/user_position.h"
-#include "feed/traffic_line.h"
-
 namespace orv {
+
+struct LatLon {
+    double lat = 0; ///< degrees
+    double lon = 0; ///< degrees
+};
 
 inline constexpr double pi = 3.14159265358979323846;
 inline constexpr double twoPi = 2.0 * pi;
@@ -26,6 +29,8 @@ inline constexpr double metresPerDegree = 111132.95;
 /// Haversine distance in nautical miles.
 double gf_distance(double LAT1, double LON1, double LAT2, double LON2);
 inline double gf_distance(const LatLon& A, const LatLon& B) { return gf_distance(A.lat, A.lon, B.lat, B.lon); }
+/// The airports' name for the same distance.
+inline double gf_distanceNm(const LatLon& A, const LatLon& B) { return gf_distance(A, B); }
 /// Initial great-circle course from the first to the second position, radians 0..2π.
 double gf_bearing(double LAT1, double LON1, double LAT2, double LON2);
 inline double gf_bearing(const LatLon& A, const LatLon& B) { return gf_bearing(A.lat, A.lon, B.lat, B.lon); }
@@ -36,8 +41,6 @@ double gf_angleDiff(double A, double B);
 /// An angle brought into 0..2π.
 double gf_wrapTwoPi(double ANGLE);
 
-inline LatLon gf_posOf(const TrackPoint& POINT) { return {POINT.lat, POINT.lon}; }
-inline bool gf_samePosition(const TrackPoint& A, const TrackPoint& B) { return A.lat == B.lat && A.lon == B.lon; }
 /// Ticks that a leg of DISTANCE_NM takes at SPEED_KT; callers keep SPEED_KT above 0.
 inline double gf_legTicks(double DISTANCE_NM, double SPEED_KT) { return DISTANCE_NM * ticksPerHour / SPEED_KT; }
 

@@ -1,14 +1,14 @@
 // The one-second tick and its slower work, the top-level error report, and
 // sessions that restart inside the process without leaving threads behind.
 #include "core/clock.h"
-#include "core/event_loop.h"
+#include "app/event_loop.h"
 #include "core/flags.h"
 #include "core/folders.h"
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/errors.h"
-#include "tests/core/program_folder.h"
+#include "tests/app/program_folder.h"
 #include "tests/support/temp_dir.h"
 
 #include <fmt/format.h>

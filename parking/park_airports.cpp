@@ -1,5 +1,7 @@
-// Calls of the start-up, the tick and the exit into airports and parking,
-// kept as named calls until parking is in. None of them parks anything yet.
+// The park airports and the airport database as the spine asks for them.
+// There is no airport database or stand file yet: the park airport is where
+// the user's aircraft stands (user_airport.cpp), without stands, and nothing
+// is learned, reserved or saved.
 #include "parking/parking.h"
 
 namespace orv {
@@ -8,10 +10,7 @@ std::string lf_readParkAirports() { return {}; }
 void gf_readAirportDatabase() {}
 bool gf_parkAirportHasStands() { return false; }
 void lf_clearReservedStand() {}
-void gf_adjustParking(bool) {}
 bool gf_userStandReserved() { return false; }
-bool gf_staticParkingActive() { return false; }
-void gf_removeAllStatics() {}
 void gf_saveLearnedChanges() {}
 void gf_clearWaitingAirports() {}
 void gf_applyStoredDestination() {}

@@ -1,10 +1,10 @@
 // The end of a session: gf_requestExit starts FinalExit on its own thread,
 // which takes every aircraft out of the simulator, logs out of the service,
 // and either ends the process or prepares a new session inside it.
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 
 #include "core/clock.h"
-#include "core/event_loop.h"
+#include "app/event_loop.h"
 #include "core/flags.h"
 #include "core/log.h"
 #include "core/parameters.h"

@@ -6,12 +6,15 @@
 #include <string>
 
 #include "core/exit_request.h"
-#include "traffic/act.h"
+#include "core/day_half.h"
 
 namespace orv {
 
 /// Installs FinalExit as the exit's starter (the message loop and tests call it).
 void gf_installFinalExit();
+/// Installs the answers of the upper folders into the tables of the lower
+/// ones (the simulator link's, the engine's parking calls), before any thread starts.
+void gf_installAnswers();
 /// The body of the detached exit thread.
 void FinalExit(int RESTART_SECONDS);
 void lf_restartCountdown(int SECONDS);
@@ -32,8 +35,6 @@ void lf_halfMinuteWork();
 void lf_flightNotRunning();
 void lf_applyParkAirports();
 DayHalf lf_dayHalfNow();
-DayHalf gf_dayHalfFromText(const std::string& UTC_TEXT);
-std::uint64_t gf_packDayHalf(DayHalf VALUE);
 
 /// Which slow work a tick runs; the multiple of 15 masks 16, 61 and 62.
 struct TickWork {

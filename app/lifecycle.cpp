@@ -1,6 +1,6 @@
 // The start-up of a session: preparing the program, the scans, the wait for a
 // running flight, the login, and the way into mainLoop.
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 
 #include "core/clock.h"
 #include "core/errors.h"
@@ -14,8 +14,11 @@
 #include "liveries/liveries.h"
 #include "parking/parking.h"
 #include "scanner/scanner.h"
+#include "liveries/user_aircraft.h"
+#include "sim/sim_answers.h"
 #include "sim/sim_link.h"
 #include "traffic/engine.h"
+#include "traffic/parking_calls.h"
 #include "updates/updates.h"
 
 #include <fmt/format.h>
@@ -149,6 +152,14 @@ void lf_prepareProgram()
     lf_findInstallPath();
     gf_enableControls(2);
     gf_readAirportDatabase();
+}
+
+void gf_installAnswers()
+{
+    simAnswers.userTitle = [](const std::string& TITLE) { lf_userTitleReply(TITLE.c_str()); };
+    simAnswers.userModel = [](const std::string& MODEL) { lf_userModelReply(MODEL.c_str()); };
+    parkingCalls.parkAirportElevation = &gf_parkAirportElevation;
+    parkingCalls.parkAirportWithin = &gf_parkAirportWithin;
 }
 
 void lf_startUpTAVO()

@@ -1,6 +1,6 @@
 // mainLoop: the 10 ms pass of the engine and the one-second tick paced by the
 // simulator's replies, with the slower work on multiples of the tick.
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 
 #include "core/clock.h"
 #include "core/errors.h"
@@ -194,6 +194,11 @@ void lf_secondWork()
     ++tickCount;
     lf_nextNewHexid();
     if (objectIdLookupRequested.exchange(false)) gf_objectIdLookup();
+    if (trafficResetRequested.exchange(false)) {
+        lf_removeAllLive();
+        gf_removeAllStatics();
+        parkRefreshRequested = true;
+    }
     if (removeAllStaticsRequested.exchange(false)) {
         gf_removeAllStatics();
         if (!INITIAL_LOAD_ONLY.value) INITIAL_LOAD_ONLY.value = true;
@@ -268,29 +273,12 @@ void lf_applyParkAirports()
     reReadParkAirportsRequested = false;
 }
 
-DayHalf gf_dayHalfFromText(const std::string& UTC_TEXT)
-{
-    static constexpr const char* days[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
-    DayHalf result;
-    for (int k = 0; k < 7; ++k)
-        if (UTC_TEXT.compare(0, 3, days[k]) == 0) result.day = k + 1;
-    const int hour = std::stoi(UTC_TEXT.substr(11, 2));
-    const int minute = std::stoi(UTC_TEXT.substr(14, 2));
-    result.halfHour = hour * 2 + (minute >= 30 ? 1 : 0);
-    return result;
-}
-
 DayHalf lf_dayHalfNow()
 {
     std::time_t now = std::time(nullptr);
     const double feedTime = gf_trafficLastTimestamp();
     if (timeShiftOn && feedTime != 0) now = static_cast<std::time_t>(feedTime);
     return gf_dayHalfFromText(gf_utcText(now));
-}
-
-std::uint64_t gf_packDayHalf(DayHalf VALUE)
-{
-    return static_cast<std::uint32_t>(VALUE.day) | static_cast<std::uint64_t>(static_cast<std::uint32_t>(VALUE.halfHour)) << 32;
 }
 
 void lf_reportException(const char* WHERE)

@@ -1,6 +1,5 @@
 // Great-circle helpers and the ring-buffer track.
-#include "traffic/geometry.h"
-#include "traffic/track_queue.h"
+#include "core/geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -62,53 +61,6 @@ TEST(Geometry, PlaneRoundTrip)
     EXPECT_NEAR(back.east, 120.0, 1e-9);
     EXPECT_NEAR(back.north, -45.0, 1e-9);
     EXPECT_NEAR(gf_distance(origin, p) * metresPerNm, std::hypot(120.0, 45.0), 0.2);
-}
-
-TrackPoint lf_point(int TICK)
-{
-    TrackPoint p;
-    p.dueTick = TICK;
-    return p;
-}
-
-TEST(TrackQueue, KeepsOrderAcrossTheRingAndGrowth)
-{
-    TrackQueue q;
-    int next = 0, first = 0;
-    // Many more points pass through than the ring holds, with a changing length.
-    for (int round = 0; round < 500; ++round) {
-        for (int k = 0; k < round % 7 + 1; ++k) q.push_back(lf_point(next++));
-        for (int k = 0; k < round % 5 && !q.empty(); ++k) {
-            EXPECT_EQ(q.front().dueTick, first++);
-            q.pop_front();
-        }
-        for (std::size_t i = 0; i < q.size(); ++i) ASSERT_EQ(q[i].dueTick, first + static_cast<int>(i));
-    }
-    EXPECT_GT(q.size(), 32u) << "the ring has grown past its first size";
-}
-
-TEST(TrackQueue, InsertEraseTruncateAndCopy)
-{
-    TrackQueue q;
-    for (int i = 0; i < 40; ++i) q.push_back(lf_point(i * 10));
-    q.pop_front();
-    q.insert(1, lf_point(15));
-    EXPECT_EQ(q[0].dueTick, 10);
-    EXPECT_EQ(q[1].dueTick, 15);
-    EXPECT_EQ(q[2].dueTick, 20);
-    q.erase(1, 3);
-    EXPECT_EQ(q[1].dueTick, 30);
-    EXPECT_EQ(q.size(), 38u);
-    q.push_back(q.front()); // a point of the ring itself, while the ring may move
-    EXPECT_EQ(q.back().dueTick, 10);
-    TrackQueue copy = q;
-    q.truncate(1);
-    EXPECT_EQ(q.size(), 1u);
-    EXPECT_EQ(copy.size(), 39u);
-    EXPECT_EQ(copy[38].dueTick, 10);
-    TrackQueue moved = std::move(copy);
-    EXPECT_EQ(moved.size(), 39u);
-    EXPECT_THROW(moved.at(39), std::out_of_range);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // The program as a process: its folder, its log, one instance only, and its
 // end on SIGTERM.
-#include "tests/core/program_folder.h"
+#include "tests/app/program_folder.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>

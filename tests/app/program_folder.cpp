@@ -1,5 +1,5 @@
 // Test support: a ready program folder with its reference data.
-#include "tests/core/program_folder.h"
+#include "tests/app/program_folder.h"
 
 #include "tests/liveries/dbase_fixture.h"
 #include "tests/support/temp_dir.h"

@@ -1,7 +1,7 @@
 // The stand-in of the window's message loop, and the main thread it starts.
-#include "core/event_loop.h"
+#include "app/event_loop.h"
 
-#include "core/lifecycle.h"
+#include "app/lifecycle.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/window_state.h"
@@ -68,6 +68,7 @@ int gf_mainThreadsRunning() { return mainThreads; }
 int gf_runMessageLoop()
 {
     gf_installFinalExit();
+    gf_installAnswers();
     windowExists = true;
     windowXAtStart = MAIN_WINDOW_X.value;
     windowYAtStart = MAIN_WINDOW_Y.value;

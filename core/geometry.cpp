@@ -1,5 +1,5 @@
 // Great-circle helpers of the engine and the flat plane of ground curves.
-#include "traffic/geometry.h"
+#include "core/geometry.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,16 @@
+// Static parked aircraft and what the once-a-second work asks of them. With
+// no stand known there is no static aircraft: nothing to fill, adjust, claim,
+// learn from or collide with.
+#include "parking/parking.h"
+
+namespace orv {
+
+void gf_adjustParking(bool) {}
+bool gf_staticParkingActive() { return false; }
+void gf_removeAllStatics() {}
+void lf_learnOnce(act&) {}
+void lf_removeClaimedStatic(act&) {}
+void lf_collisionLiveParked() {}
+void lf_checkAgainstStatics(act&) {}
+
+} // namespace orv
