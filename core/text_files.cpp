@@ -6,10 +6,13 @@
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
+#include <utf8.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 
 namespace orv {
 
@@ -45,50 +48,37 @@ int gf_detectEncoding(const fs::path& PATH)
 
 namespace {
 
-void lf_appendUtf8(std::string& OUT, char32_t CODE)
+// Wide text here is UTF-32: one wchar_t per code point.
+static_assert(sizeof(wchar_t) == 4);
+
+/// The message and code of a UTF-16 unit that utf8cpp refused.
+Utf8ConversionException lf_utf16Failure(std::uint16_t UNIT)
 {
-    if (CODE < 0x80) {
-        OUT += static_cast<char>(CODE);
-    } else if (CODE < 0x800) {
-        OUT += static_cast<char>(0xC0 | (CODE >> 6));
-        OUT += static_cast<char>(0x80 | (CODE & 0x3F));
-    } else if (CODE < 0x10000) {
-        OUT += static_cast<char>(0xE0 | (CODE >> 12));
-        OUT += static_cast<char>(0x80 | ((CODE >> 6) & 0x3F));
-        OUT += static_cast<char>(0x80 | (CODE & 0x3F));
-    } else {
-        OUT += static_cast<char>(0xF0 | (CODE >> 18));
-        OUT += static_cast<char>(0x80 | ((CODE >> 12) & 0x3F));
-        OUT += static_cast<char>(0x80 | ((CODE >> 6) & 0x3F));
-        OUT += static_cast<char>(0x80 | (CODE & 0x3F));
-    }
+    if (UNIT >= 0xD800 && UNIT <= 0xDBFF)
+        return Utf8ConversionException(1, fmt::format("unpaired high surrogate {:04X}", UNIT));
+    if (UNIT >= 0xDC00 && UNIT <= 0xDFFF)
+        return Utf8ConversionException(3, fmt::format("unpaired low surrogate {:04X}", UNIT));
+    return Utf8ConversionException(2, fmt::format("high surrogate followed by {:04X}", UNIT));
 }
 
 } // namespace
 
 std::string gf_utf16ToUtf8(std::string_view BYTES, bool BIG_ENDIAN_ORDER)
 {
+    if (BYTES.size() % 2 != 0)
+        throw Utf8ConversionException(4, fmt::format("odd number of bytes ({}) in UTF-16 text", BYTES.size()));
+    std::u16string units(BYTES.size() / 2, u'\0');
+    for (size_t k = 0; k < units.size(); ++k) {
+        const auto a = static_cast<unsigned char>(BYTES[2 * k]), b = static_cast<unsigned char>(BYTES[2 * k + 1]);
+        units[k] = static_cast<char16_t>(BIG_ENDIAN_ORDER ? (a << 8 | b) : (b << 8 | a));
+    }
+    const auto text = std::u16string_view(units).substr(!units.empty() && units[0] == 0xFEFF ? 1 : 0);
     std::string out;
-    out.reserve(BYTES.size() / 2 + 8);
-    const auto unit = [&](size_t AT) -> char16_t {
-        const auto a = static_cast<unsigned char>(BYTES[AT]), b = static_cast<unsigned char>(BYTES[AT + 1]);
-        return static_cast<char16_t>(BIG_ENDIAN_ORDER ? (a << 8 | b) : (b << 8 | a));
-    };
-    size_t at = 0;
-    if (BYTES.size() >= 2 && unit(0) == 0xFEFF) at = 2;
-    for (; at + 1 < BYTES.size(); at += 2) {
-        const char16_t u = unit(at);
-        if (u >= 0xD800 && u <= 0xDBFF) {
-            if (at + 3 >= BYTES.size()) throw Utf8ConversionException(1, "unpaired high surrogate at end");
-            const char16_t low = unit(at + 2);
-            if (low < 0xDC00 || low > 0xDFFF) throw Utf8ConversionException(2, "unpaired high surrogate");
-            lf_appendUtf8(out, 0x10000 + ((char32_t(u) - 0xD800) << 10) + (char32_t(low) - 0xDC00));
-            at += 2;
-        } else if (u >= 0xDC00 && u <= 0xDFFF) {
-            throw Utf8ConversionException(3, "unpaired low surrogate");
-        } else {
-            lf_appendUtf8(out, u);
-        }
+    out.reserve(text.size() + 8);
+    try {
+        utf8::utf16to8(text.begin(), text.end(), std::back_inserter(out));
+    } catch (const utf8::invalid_utf16& e) {
+        throw lf_utf16Failure(e.utf16_word());
     }
     return out;
 }
@@ -97,19 +87,14 @@ std::wstring gf_utf8ToWide(std::string_view TEXT)
 {
     std::wstring out;
     out.reserve(TEXT.size());
-    for (size_t at = 0; at < TEXT.size();) {
-        const auto lead = static_cast<unsigned char>(TEXT[at]);
-        const int extra = lead < 0x80 ? 0 : (lead >> 5) == 6 ? 1 : (lead >> 4) == 14 ? 2 : (lead >> 3) == 30 ? 3 : -1;
-        if (extra < 0 || at + static_cast<size_t>(extra) >= TEXT.size())
-            throw Utf8ConversionException(1113, "invalid UTF-8 sequence");
-        char32_t code = extra == 0 ? lead : lead & (0x3F >> extra);
-        for (int k = 1; k <= extra; ++k) {
-            const auto next = static_cast<unsigned char>(TEXT[at + static_cast<size_t>(k)]);
-            if ((next & 0xC0) != 0x80) throw Utf8ConversionException(1113, "invalid UTF-8 sequence");
-            code = (code << 6) | (next & 0x3F);
-        }
-        out += static_cast<wchar_t>(code);
-        at += static_cast<size_t>(extra) + 1;
+    auto at = TEXT.begin();
+    try {
+        while (at != TEXT.end()) out += static_cast<wchar_t>(utf8::next(at, TEXT.end()));
+    } catch (const utf8::exception& e) {
+        // next() leaves AT on the first byte of the sequence it refused.
+        const bool cut = dynamic_cast<const utf8::not_enough_room*>(&e) != nullptr;
+        throw Utf8ConversionException(1113, fmt::format("{} at byte {}", cut ? "UTF-8 sequence cut short" : e.what(),
+                                                        at - TEXT.begin()));
     }
     return out;
 }
@@ -118,9 +103,13 @@ std::string gf_wideToUtf8(std::wstring_view TEXT)
 {
     std::string out;
     out.reserve(TEXT.size());
-    for (const wchar_t c : TEXT) {
-        if (static_cast<char32_t>(c) > 0x10FFFF) throw Utf8ConversionException(1113, "invalid code point");
-        lf_appendUtf8(out, static_cast<char32_t>(c));
+    for (size_t k = 0; k < TEXT.size(); ++k) {
+        const auto code = static_cast<std::uint32_t>(TEXT[k]);
+        try {
+            utf8::append(code, std::back_inserter(out));
+        } catch (const utf8::invalid_code_point&) {
+            throw Utf8ConversionException(1113, fmt::format("invalid code point {:X} at {}", code, k));
+        }
     }
     return out;
 }

@@ -29,9 +29,14 @@ public:
     int code;
 };
 
-/// UTF-16 bytes (after the byte order mark, if any) to UTF-8. Unpaired
-/// surrogates throw Utf8ConversionException.
+/// UTF-16 bytes (a leading byte order mark is dropped) to UTF-8. Throws
+/// Utf8ConversionException: code 1 for a high surrogate without its low half,
+/// 2 for a high surrogate followed by a unit that is no low half, 3 for a lone
+/// low surrogate, 4 for an odd number of bytes.
 std::string gf_utf16ToUtf8(std::string_view BYTES, bool BIG_ENDIAN_ORDER);
+/// UTF-8 to wide text and back. Overlong forms, encoded surrogates, cut
+/// sequences and code points past U+10FFFF throw Utf8ConversionException 1113
+/// with the position; no text is ever guessed.
 std::wstring gf_utf8ToWide(std::string_view TEXT);
 std::string gf_wideToUtf8(std::wstring_view TEXT);
 
