@@ -145,7 +145,8 @@ void lf_pairNewObject(std::uint32_t OBJECT_ID, const std::string& ATC_ID, double
 void lf_createFailed(std::uint32_t SEND_ID);
 
 // --- helpers ---------------------------------------------------------------------------
-/// Unix seconds of a UTC year, day of the year (from 1) and second of the day.
+/// Unix seconds of a UTC year, day of the year (from 1) and second of the day;
+/// 0 for a year outside std::chrono::year.
 std::int64_t gf_unixSeconds(std::int64_t YEAR, std::int64_t DAY_OF_YEAR, std::int64_t SECOND_OF_DAY);
 /// Great-circle distance in nautical miles, as the teleport test measures it.
 /// The data block of a data record, and how many bytes of it the record holds.

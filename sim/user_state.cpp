@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <numbers>
@@ -35,18 +36,10 @@ constexpr int teleportRestartSeconds = 45;
 constexpr int failureRestartSeconds = 10;
 constexpr std::int32_t failuresToStop = 3;
 constexpr double standStillKt = 2.0;
-constexpr std::int64_t secondsPerDay = 86400;
 
 LatLon previousUserPos;   ///< guarded by userStateMutex
 std::mutex standMutex;
 std::string standText;    ///< guarded by standMutex: the stand of the last reply, as the window shows it
-
-/// Days from 0001-01-01 to the first day of YEAR, by the leap year rule.
-std::int64_t lf_daysBeforeYear(std::int64_t YEAR)
-{
-    const std::int64_t y = YEAR - 1;
-    return y * 365 + y / 4 - y / 100 + y / 400;
-}
 
 /// The stand under the user aircraft; only a parked aircraft has one.
 std::string lf_standUnder(double LAT, double LON) { return userOnGround ? simAnswers.userStand(LAT, LON) : std::string(); }
@@ -78,8 +71,12 @@ void lf_request(Call&& CALL, const char* TEXT, bool WARNING)
 
 std::int64_t gf_unixSeconds(std::int64_t YEAR, std::int64_t DAY_OF_YEAR, std::int64_t SECOND_OF_DAY)
 {
-    const std::int64_t days = lf_daysBeforeYear(YEAR) - lf_daysBeforeYear(1970) + DAY_OF_YEAR - 1;
-    return days * secondsPerDay + SECOND_OF_DAY;
+    using namespace std::chrono;
+    // A year no calendar holds reads as an unknown time, as before the first reply.
+    if (YEAR < int(year::min()) || YEAR > int(year::max())) return 0;
+    const sys_days newYear = year(static_cast<int>(YEAR)) / January / 1;
+    const auto time = newYear + days(DAY_OF_YEAR - 1) + seconds(SECOND_OF_DAY);
+    return time.time_since_epoch().count();
 }
 
 UserState gf_userState()

@@ -3,8 +3,8 @@
 #include "standin/sim/world.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <ctime>
 #include <numbers>
 #include <string_view>
 
@@ -160,13 +160,13 @@ bool gf_applyClientEvent(SimObject& OBJECT, const std::string& NAME, std::uint32
 
 void gf_zulu(double UNIX_S, double& SECONDS_OF_DAY, int& DAY_OF_YEAR, int& YEAR)
 {
-    const double days = std::floor(UNIX_S / kSecondsPerDay);
-    SECONDS_OF_DAY = UNIX_S - days * kSecondsPerDay;
-    const std::time_t whole = static_cast<std::time_t>(days * kSecondsPerDay);
-    std::tm tm{};
-    gmtime_r(&whole, &tm);
-    DAY_OF_YEAR = tm.tm_yday + 1;
-    YEAR = tm.tm_year + 1900;
+    using namespace std::chrono;
+    const double wholeDays = std::floor(UNIX_S / kSecondsPerDay);
+    SECONDS_OF_DAY = UNIX_S - wholeDays * kSecondsPerDay;
+    const sys_days date{days(static_cast<days::rep>(wholeDays))};
+    const year_month_day civil(date);
+    DAY_OF_YEAR = static_cast<int>((date - sys_days(civil.year() / January / 1)).count()) + 1;
+    YEAR = static_cast<int>(civil.year());
 }
 
 SimObject* gf_findObject(World& WORLD, std::uint32_t ID)

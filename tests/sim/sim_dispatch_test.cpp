@@ -9,6 +9,7 @@
 #include "core/window_state.h"
 #include "traffic/motion.h"
 
+#include <chrono>
 #include <cmath>
 #include <numbers>
 #include <random>
@@ -180,11 +181,14 @@ TEST_F(LinkTest, SimulatorUtcFollowsTheCalendar)
     std::uniform_int_distribution<long> year(1970, 2400);
     for (int i = 0; i < 500; ++i) {
         const long y = year(random);
-        const bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+        const bool leap = std::chrono::year(static_cast<int>(y)).is_leap();
         std::uniform_int_distribution<long> day(1, leap ? 366 : 365), second(0, 86399);
         const long d = day(random), s = second(random);
         ASSERT_EQ(gf_unixSeconds(y, d, s), (daysFromCivil(y, 1, 1) + d - 1) * 86400 + s) << y << " " << d;
     }
+    EXPECT_EQ(gf_unixSeconds(1969, 365, 86399), -1);
+    EXPECT_EQ(gf_unixSeconds(2000, 366, 0), daysFromCivil(2000, 12, 31) * 86400);
+    EXPECT_EQ(gf_unixSeconds(40000, 1, 0), 0); // a year no calendar holds
     makeData(SIMCONNECT_RECV_ID_SIMOBJECT_DATA, requestUserState, 1, userStateBlock(47, 8, 100, 2024, 60, 45296))
         .dispatchIt();
     EXPECT_EQ(gf_simUtc(), static_cast<double>(daysFromCivil(2024, 2, 29) * 86400 + 45296));
