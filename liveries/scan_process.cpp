@@ -11,6 +11,7 @@
 #include "core/window_state.h"
 
 #include <fmt/format.h>
+#include <gsl/narrow>
 
 #include <algorithm>
 
@@ -68,7 +69,7 @@ void lf_processScannedLiveries()
         return;
     }
     gf_log("\nProcessing scanned liveries");
-    liveryCount = static_cast<int>(liveryList.size());
+    liveryCount = gsl::narrow<int>(liveryList.size());
     gf_repaint();
     gf_buildCatalogue(liveryList);
     gf_splitCatalogue();

@@ -7,6 +7,7 @@
 #include "traffic/motion.h"
 
 #include <fmt/format.h>
+#include <gsl/narrow>
 
 #include <algorithm>
 #include <cmath>
@@ -159,7 +160,7 @@ void lf_noDataClimb(act& RECORD)
     double sum = 0;
     for (std::size_t i = 0; i < RECORD.track.size(); ++i) sum += RECORD.track[i].verticalSpeed;
     if (!RECORD.landing && sum > climbSumFpm) {
-        const int last = std::min(static_cast<int>(RECORD.track.size()) - 1, lastAirborneIndex);
+        const int last = std::min(gsl::narrow<int>(RECORD.track.size()) - 1, lastAirborneIndex);
         bool found = false;
         for (int i = firstAirborneIndex; i <= last && !found; ++i) found = findAirborneData(RECORD, i);
         if (!found) {

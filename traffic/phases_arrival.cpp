@@ -7,6 +7,7 @@
 #include "traffic/motion.h"
 
 #include <fmt/format.h>
+#include <gsl/narrow>
 
 #include <algorithm>
 #include <cmath>
@@ -58,7 +59,7 @@ void lf_addStandEntry(act& RECORD)
     onStand.heading.reset();
     onStand.headingValid = false;
     onStand.stationary = false;
-    onStand.dueTick = front.dueTick + static_cast<std::int32_t>(ticks);
+    onStand.dueTick = front.dueTick + gsl::narrow<std::int32_t>(ticks);
     TrackPoint settled = onStand;
     settled.stationary = true;
     settled.groundSpeed = 0;

@@ -7,6 +7,7 @@
 #include "traffic/motion.h"
 
 #include <fmt/format.h>
+#include <gsl/narrow>
 
 #include <cmath>
 #include <ctime>
@@ -81,7 +82,7 @@ TrackPoint lf_groundPointAt(const TrackPoint& LIKE, const LatLon& POS, double SP
 
 std::int32_t lf_ticksFor(double DISTANCE_NM, double SPEED_KT)
 {
-    return static_cast<std::int32_t>(std::llround(gf_legTicks(DISTANCE_NM, SPEED_KT)));
+    return gsl::narrow<std::int32_t>(std::llround(gf_legTicks(DISTANCE_NM, SPEED_KT)));
 }
 
 void lf_leaveStandSystems(act& RECORD)

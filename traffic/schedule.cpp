@@ -4,6 +4,8 @@
 // aircraft that is behind catches up at a natural speed.
 #include "traffic/motion.h"
 
+#include <gsl/narrow>
+
 #include <algorithm>
 #include <cmath>
 
@@ -31,7 +33,9 @@ void lf_setDue(act& RECORD, double TICKS)
         else
             want = std::max<std::int64_t>(want, due - RECORD.slackBehind);
     }
-    next.dueTick = static_cast<std::int32_t>(std::max<std::int64_t>(want, now));
+    // A predicted leg has no window: an absurd one throws rather than wrap
+    // round to a time long past.
+    next.dueTick = gsl::narrow<std::int32_t>(std::max<std::int64_t>(want, now));
 }
 
 void lf_relaxSlack(act& RECORD)

@@ -5,9 +5,11 @@
 #include "traffic/engine.h"
 #include "traffic/motion.h"
 
+#include <gsl/narrow>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 
 namespace orv::test {
 namespace {
@@ -45,6 +47,31 @@ TEST_F(ScheduleTest, DueTimeStaysWithinTheSlackOfTheData)
         r.track.push_back(gf_pointAt(0, 100, 10, c.dataDue));
         lf_setDue(r, c.ticks);
         EXPECT_EQ(r.track[1].dueTick, c.expected) << c.why;
+    }
+}
+
+TEST_F(ScheduleTest, APredictedLegPastTheTickRangeThrowsInsteadOfWrapping)
+{
+    struct Case {
+        double ticks;
+        bool fits;
+    } cases[] = {
+        {double(INT32_MAX - now), true},
+        {double(INT32_MAX - now) + 1, false},
+        {1e15, false},
+    };
+    for (const Case& c : cases) {
+        gf_resetEngine(now);
+        act& r = gf_activeRecord(1, 0, 0, true, Phase::moving, now);
+        r.predictedPoints = 1;
+        r.track.push_back(gf_pointAt(0, 100, 10, now + 2000));
+        if (c.fits) {
+            lf_setDue(r, c.ticks);
+            EXPECT_EQ(r.track[1].dueTick, INT32_MAX);
+        } else {
+            EXPECT_THROW(lf_setDue(r, c.ticks), gsl::narrowing_error) << c.ticks;
+            EXPECT_EQ(r.track[1].dueTick, now + 2000) << "left as it was";
+        }
     }
 }
 
