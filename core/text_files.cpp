@@ -93,8 +93,8 @@ std::wstring gf_utf8ToWide(std::string_view TEXT)
     } catch (const utf8::exception& e) {
         // next() leaves AT on the first byte of the sequence it refused.
         const bool cut = dynamic_cast<const utf8::not_enough_room*>(&e) != nullptr;
-        throw Utf8ConversionException(1113, fmt::format("{} at byte {}", cut ? "UTF-8 sequence cut short" : e.what(),
-                                                        at - TEXT.begin()));
+        throw Utf8ConversionException(
+            1113, fmt::format("{} at byte {}", cut ? "UTF-8 sequence cut short" : e.what(), at - TEXT.begin()));
     }
     return out;
 }

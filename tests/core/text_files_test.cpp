@@ -10,7 +10,7 @@ namespace orv {
 namespace {
 
 /// Little endian UTF-16 bytes of the given units.
-std::string lf_le(std::u16string_view UNITS)
+std::string lf_le(const std::u16string& UNITS)
 {
     std::string bytes;
     for (const char16_t unit : UNITS) {
@@ -21,7 +21,7 @@ std::string lf_le(std::u16string_view UNITS)
 }
 
 /// Big endian UTF-16 bytes of the given units.
-std::string lf_be(std::u16string_view UNITS)
+std::string lf_be(const std::u16string& UNITS)
 {
     std::string bytes;
     for (const char16_t unit : UNITS) {
@@ -42,10 +42,10 @@ TEST(Utf16ToUtf8, InvalidUnitsAreRefusedWithTheirCode)
     };
     const Case cases[] = {
         {"high surrogate at the end", lf_le(u"AB\xD800"), false, 1, "D800"},
-        {"high surrogate then high", lf_le(u"\xD800\xDBFF" "A"), false, 1, "DBFF"},
-        {"high surrogate then letter", lf_le(u"\xD834" "A"), false, 2, "0041"},
-        {"high surrogate then letter, BE", lf_be(u"\xFEFF\xD834" "A"), true, 2, "0041"},
-        {"lone low surrogate", lf_le(u"A\xDC00" "B"), false, 3, "DC00"},
+        {"high surrogate then high", lf_le({0xD800, 0xDBFF, u'A'}), false, 1, "DBFF"},
+        {"high surrogate then letter", lf_le({0xD834, u'A'}), false, 2, "0041"},
+        {"high surrogate then letter, BE", lf_be({0xFEFF, 0xD834, u'A'}), true, 2, "0041"},
+        {"lone low surrogate", lf_le({u'A', 0xDC00, u'B'}), false, 3, "DC00"},
         {"low before high", lf_le(u"\xDD1E\xD834"), false, 3, "DD1E"},
         {"lone low surrogate, BE", lf_be(u"\xDFFF"), true, 3, "DFFF"},
         {"odd byte count", lf_le(u"AB") + 'C', false, 4, "(5)"},
@@ -137,8 +137,8 @@ TEST(WideToUtf8, EveryLengthRoundTrips)
 {
     // One character of each UTF-8 length at both ends of its range.
     const std::string texts[] = {
-        std::string(1, '\0'), "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xEF\xBF\xBF",
-        "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF",
+        std::string(1, '\0'), "\x7F",         "\xC2\x80",         "\xDF\xBF",
+        "\xE0\xA0\x80",       "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF",
     };
     for (const auto& text : texts) {
         const auto wide = gf_utf8ToWide(text);
