@@ -77,7 +77,7 @@ bool lf_oneOf(const std::string& TEXT, auto const& LIST)
     return std::find(LIST.begin(), LIST.end(), TEXT) != LIST.end();
 }
 
-/// Step 4: category and type.
+/// Category and type: neither empty nor refused.
 bool lf_categoryAndTypePass(const nlohmann::json& LINE, const std::string& TYPE)
 {
     const std::string category = gf_textAt(LINE, posCategory);
@@ -85,7 +85,7 @@ bool lf_categoryAndTypePass(const nlohmann::json& LINE, const std::string& TYPE)
     return !TYPE.empty() && TYPE.size() <= longestType && !lf_oneOf(TYPE, refusedTypes);
 }
 
-/// Step 7: the source's own heading, for ADS-B lines only.
+/// The source's own heading, for ADS-B lines only.
 std::optional<double> lf_heading(const nlohmann::json& LINE)
 {
     if (gf_textAt(LINE, posSource) != "adsb_icao") return std::nullopt;
@@ -96,7 +96,7 @@ std::optional<double> lf_heading(const nlohmann::json& LINE)
     return std::nullopt;
 }
 
-/// Step 10: the altitude corrected for QNH, 0 on the ground.
+/// The altitude corrected for QNH, 0 on the ground.
 double lf_altitude(const nlohmann::json& LINE, std::int32_t QNH, const std::optional<double>& ELEVATION,
                    double GROUND_SPEED)
 {
@@ -114,7 +114,7 @@ double lf_altitude(const nlohmann::json& LINE, std::int32_t QNH, const std::opti
     return altitude;
 }
 
-/// Step 12: false drops the line; a callsign that is no callsign is emptied.
+/// The callsign: false drops the line; a callsign that is no callsign is emptied.
 bool lf_callsignPasses(RtClient& CLIENT, TrafficLine& OUT, const std::string& CALLSIGN)
 {
     if (CALLSIGN == "null" || CALLSIGN.find('@') != std::string::npos) return true;
@@ -154,7 +154,7 @@ std::string lf_placeOf(const nlohmann::json& LINE, std::size_t POSITION)
     return text == "null" ? std::string() : text;
 }
 
-/// Steps 1 to 20; false drops the line.
+/// One line of live traffic, field by field; false drops the line.
 bool lf_decodeLive(RtClient& C, TrafficLine& OUT)
 {
     const nlohmann::json& line = C.line;

@@ -92,7 +92,7 @@ bool lf_classPasses(const DecodeView& VIEW, ModelCategory CATEGORY)
     }
 }
 
-/// Steps 1 to 10; false drops the line.
+/// One line of parked traffic, field by field; false drops the line.
 bool lf_decodeParked(const std::string& KEY, RtClient& C, ParkedLine& OUT)
 {
     const nlohmann::json& line = C.line;

@@ -61,7 +61,7 @@ std::optional<std::string> lf_airlineValue(std::string_view VALUE, const std::st
     return std::string();
 }
 
-/// Step 2: every line once, the first rule that applies. Nothing when the
+/// The keys of a section: every line once, the first rule that applies. Nothing when the
 /// section is left out silently.
 std::optional<SectionKeys> lf_readKeys(const std::vector<std::string_view>& LINES, const std::string& FOLDER)
 {
@@ -95,7 +95,7 @@ std::optional<SectionKeys> lf_readKeys(const std::vector<std::string_view>& LINE
     return keys;
 }
 
-/// Steps 3 to 8 on what was read; a livery, or nothing when left out.
+/// The checks of what was read; a livery, or nothing when left out.
 std::optional<LiveryData> lf_makeLivery(std::uint32_t LFOLDER, SectionKeys KEYS, const std::string& MODEL,
                                         const std::string& FOLDER, std::string_view HEADER)
 {

@@ -67,8 +67,8 @@ void gf_seedMatching(std::uint32_t SEED);
 std::size_t gf_randomIndex(std::size_t COUNT);
 
 /// The steps. Returns the step (1..6) whose try set QUERY.livery, or 0 for
-/// none; a title in failedTitles counts as none. STATIC_RECORD runs steps 5
-/// and 7 with an empty airline too.
+/// none; a title in failedTitles counts as none. STATIC_RECORD runs the
+/// airline steps (2 and 3) with an empty airline too.
 int gf_matchSteps(LiveryQuery& QUERY, int DEPTH, bool STATIC_RECORD);
 
 bool lf_matchRegcode(LiveryQuery& QUERY);

@@ -43,7 +43,7 @@ void lf_trace(const act& RECORD, std::string_view WHAT)
     if (LOG.value) gf_log(fmt::format("          {} {}", gf_actText(RECORD), WHAT));
 }
 
-/// Step 1: a stop ahead makes the aircraft stand from its first point on.
+/// A stop ahead makes the aircraft stand from its first point on.
 void lf_settleStops(TrackQueue& TRACK)
 {
     if (TRACK.size() >= 2 && TRACK[1].stationary) {
@@ -70,7 +70,7 @@ bool lf_neighbourTooClose(const act& RECORD, const StandRef& STAND)
     return false;
 }
 
-/// Steps 10 to 14: the aircraft stands at STAND from its first point on.
+/// The aircraft stands at STAND from its first point on.
 void lf_placeAtStand(act& RECORD, const StandRef& STAND)
 {
     TrackQueue& track = RECORD.track;
@@ -96,7 +96,7 @@ void lf_placeAtStand(act& RECORD, const StandRef& STAND)
     parkingCalls.checkMaxPark(1);
 }
 
-/// Steps 2.3 to 2.14: a ground record goes to a stand if it can.
+/// A new ground record goes to a stand if it can.
 StandOutcome lf_standForNewRecord(act& RECORD)
 {
     const TrackQueue& track = RECORD.track;
@@ -117,7 +117,7 @@ StandOutcome lf_standForNewRecord(act& RECORD)
     return StandOutcome::parked;
 }
 
-/// Step 2 for a new record: livery, then air, stand or moving. False: stop here.
+/// A new record's start: livery, then air, stand or moving. False: stop here.
 bool lf_livePhase(act& RECORD)
 {
     if (!lf_findLivery(RECORD)) {

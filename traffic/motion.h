@@ -56,7 +56,7 @@ void lf_timeAir(act& RECORD);
 void lf_smoothSpeed(act& RECORD);
 void lf_insertMidpoint(act& RECORD);
 void lf_setupCurve(act& RECORD);
-/// Midpoint, curve or smoothing for a moving ground leg (step 2.1 of lf_nextPosGround).
+/// Midpoint, curve or smoothing for a moving ground leg; lf_nextPosGround's first move.
 void lf_shapeGroundLeg(act& RECORD);
 
 // --- legs (motion.cpp, air_legs.cpp) -----------------------------------------

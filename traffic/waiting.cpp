@@ -83,7 +83,7 @@ double lf_offLineFt(double COURSE, double HEADING, double D_NM)
     return std::fabs(std::sin(COURSE - HEADING)) * D_NM * feetPerNm;
 }
 
-/// Steps 6 and 7: the user's aircraft. True when the front point was dropped.
+/// The user's aircraft in the way. True when the front point was dropped.
 bool lf_userInTheWay(act& RECORD)
 {
     if (gf_isNoPosition(ownPosition.lat, ownPosition.lon)) return false;
@@ -125,7 +125,7 @@ std::size_t lf_activeCount()
         std::count_if(liveList.begin(), liveList.end(), [](const act& A) { return A.state == ActState::active; }));
 }
 
-/// Step 11: the registration tables know the airframe.
+/// Airline, type and cargo from the registration tables, when they know the airframe.
 void lf_takeAirframe(act& RECORD)
 {
     if (RECORD.regcode.empty()) return;
@@ -138,7 +138,7 @@ void lf_takeAirframe(act& RECORD)
     if (!lf_usableCallsign(RECORD)) RECORD.callsign = RECORD.regcode;
 }
 
-/// Steps 1 to 10; true when the record goes on to its identity and livery.
+/// The gates of a waiting record; true when it goes on to its identity and livery.
 bool lf_passesGates(act& RECORD)
 {
     TrackQueue& track = RECORD.track;

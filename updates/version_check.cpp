@@ -41,7 +41,7 @@ void lf_logRefused(const ZipEntry& ENTRY, const std::string& ARCHIVE, const std:
     gf_log(fmt::format("! archive entry \"{}\" of {} refused: it {}", ENTRY.name, ARCHIVE, WHY));
 }
 
-/// Step 4 of the installer: every entry in turn becomes the installer.
+/// Unpacks the installer's archive: every entry in turn becomes the installer.
 bool lf_unpackInstaller(ZipArchive& ARCHIVE, const std::string& NAME)
 {
     bool unpacked = false;
