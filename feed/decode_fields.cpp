@@ -2,6 +2,7 @@
 #include "feed/decode_fields.h"
 
 #include <charconv>
+#include <chrono>
 
 #include <fmt/format.h>
 
@@ -58,6 +59,13 @@ void gf_checkPosition(double LAT, double LON)
     if (!inRange || gf_isNoPosition(LAT, LON)) {
         throw SysErrorException(positionErrorCode, fmt::format("lalo:{}", fmt::format("{},{}", LAT, LON)));
     }
+}
+
+std::int32_t gf_halfHourOfDay(std::int64_t UNIX_SECONDS)
+{
+    using namespace std::chrono;
+    const sys_seconds time{seconds(UNIX_SECONDS)};
+    return static_cast<std::int32_t>((time - floor<days>(time)) / minutes(30));
 }
 
 } // namespace orv

@@ -1,5 +1,6 @@
 // Reading the positions of a traffic array: texts, numbers, the transponder
-// address and the position check both decoders share.
+// address, the position check and the half hour of a time, which both
+// decoders share.
 #pragma once
 
 #include <cstdint>
@@ -28,6 +29,8 @@ std::string gf_regcodeOf(const std::string& TEXT);
 /// Throws SysErrorException 744 "lalo:..." for a position out of range or in
 /// the box of no position.
 void gf_checkPosition(double LAT, double LON);
+/// Half hours since midnight UTC (0..47) of a time in Unix seconds.
+std::int32_t gf_halfHourOfDay(std::int64_t UNIX_SECONDS);
 
 /// Transponder addresses of live aircraft lie above this.
 inline constexpr std::uint32_t lowestHexid = 10000;

@@ -2,7 +2,6 @@
 // ParkedLine, completed from the registration tables, or nothing.
 #include <array>
 #include <cmath>
-#include <ctime>
 #include <string_view>
 #include <utility>
 
@@ -26,18 +25,13 @@ enum ParkedPosition : std::size_t {
 constexpr std::array<std::pair<std::string_view, std::string_view>, 4> typeReplacements{
     {{"A380", "A388"}, {"B767", "B763"}, {"B747", "B744"}, {"B757", "B752"}}};
 constexpr std::size_t longestCallsign = 8;
-constexpr int minutesPerHalfHour = 30;
-constexpr int halfHoursPerHour = 2;
 
 std::int32_t lf_halfHourOf(double EPOCH_SECONDS)
 {
     // A time no clock can show reads as midnight.
     constexpr double latestSeconds = 1e12;
     if (!(std::fabs(EPOCH_SECONDS) < latestSeconds)) return 0;
-    const auto time = static_cast<std::time_t>(EPOCH_SECONDS);
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    return utc.tm_hour * halfHoursPerHour + (utc.tm_min >= minutesPerHalfHour ? 1 : 0);
+    return gf_halfHourOfDay(static_cast<std::int64_t>(EPOCH_SECONDS));
 }
 
 std::string lf_typeOf(const std::string& TEXT)

@@ -9,6 +9,7 @@
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "feed/decode_fields.h"
 #include "feed/feed.h"
 #include "feed/feed_session.h"
 
@@ -18,7 +19,6 @@ namespace {
 
 constexpr double parkedRangeNm = 3.0;
 constexpr std::int32_t halfHoursPerDay = 48;
-constexpr std::int64_t secondsPerHalfHour = 1800;
 
 /// The half hour of the day now, or of the feed's time when it is shifted.
 std::int32_t lf_halfHourNow(const RtClient& CLIENT)
@@ -26,7 +26,7 @@ std::int32_t lf_halfHourNow(const RtClient& CLIENT)
     const double feedTime = CLIENT.lastTimestamp;
     const auto now = timeShiftOn && feedTime != 0 ? static_cast<std::int64_t>(feedTime)
                                                   : static_cast<std::int64_t>(std::time(nullptr));
-    return static_cast<std::int32_t>(now % (halfHoursPerDay * secondsPerHalfHour) / secondsPerHalfHour);
+    return gf_halfHourOfDay(now);
 }
 
 void lf_ageSortAndThin(std::vector<ParkedLine>& LINES, std::int32_t NOW)

@@ -1,6 +1,7 @@
 // The parked decoder: completion from the registration tables, the type and
 // class filters, stands that are taken, and the report's half hour.
 #include "feed_test_support.h"
+#include "feed/decode_fields.h"
 #include "liveries/dbase.h"
 
 namespace orv::test {
@@ -137,6 +138,28 @@ TEST_F(ParkedDecoder, KeyPositionAndTime)
     EXPECT_EQ(decodeParked(bad)->halfHour, 26);
     bad[5] = "later";
     EXPECT_EQ(decodeParked(bad)->halfHour, 0);
+}
+
+TEST(HalfHourOfDay, EdgesOfTheHalfHoursAndTheDay)
+{
+    const struct {
+        std::int64_t unixSeconds;
+        std::int32_t halfHour;
+    } cases[] = {
+        {0, 0},
+        {1799, 0},
+        {1800, 1},
+        {86399, 47},
+        {86400, 0},
+        {1700142300, 27},             // 13:45
+        {1700142300 - 16 * 60, 26},   // 13:29
+        {951782400 + 86399, 47},      // 29 Feb 2000 23:59:59
+        {4102444800 + 45 * 1800, 45}, // 1 Jan 2100 22:30, past 32-bit seconds
+        {-1, 47},                     // 31 Dec 1969 23:59:59
+        {-1800, 47},
+        {-1801, 46},
+    };
+    for (const auto& c : cases) EXPECT_EQ(gf_halfHourOfDay(c.unixSeconds), c.halfHour) << c.unixSeconds;
 }
 
 } // namespace
