@@ -12,7 +12,7 @@ namespace orv {
 
 /// Reads airports/my_park_airports.txt; a message for the status line, or empty.
 std::string lf_readParkAirports();
-/// Reads the airport database.
+/// Reads the airport database; a missing or broken file ends the preparation.
 void gf_readAirportDatabase();
 /// Chooses the park airport near the user (FIRST at the start of mainLoop).
 void gf_userAirportCheck(bool FIRST);

@@ -2,6 +2,7 @@
 #include "tests/app/program_folder.h"
 
 #include "tests/liveries/dbase_fixture.h"
+#include "tests/support/airports_file.h"
 #include "tests/support/temp_dir.h"
 #include "tools/dbase_scramble.h"
 #include "tools/zip_writer.h"
@@ -19,6 +20,7 @@ void makeProgramFolder(const fs::path& ROOT, bool WITH_DOCS)
     fs::create_directories(ROOT / "sim/Community");
     fs::create_directories(ROOT / "sim/Official");
     fs::create_directories(ROOT / "downloads");
+    writeAirportDatabase(ROOT);
     const fs::path liveries = ROOT / "sim/Community/test-liveries";
     writeFile(liveries / "SimObjects/Airplanes/KLM738/aircraft.cfg",
               "[General]\nicao_type_designator=B738\n\n[fltsim.0]\ntitle=Test B738 KLM\nicao_airline=KLM\n"

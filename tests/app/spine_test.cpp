@@ -8,6 +8,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/errors.h"
+#include "parking/airport_db.h"
 #include "tests/app/program_folder.h"
 #include "tests/support/temp_dir.h"
 
@@ -219,6 +220,8 @@ protected:
     {
         SpineTest::SetUp();
         test::makeProgramFolder(dir.path());
+        airportList.clear(); // the database of a fresh process
+        airportsLoaded = false;
     }
     void startProcess()
     {
@@ -279,6 +282,9 @@ TEST_F(SessionTest, RestartsLeaveNoThreadBehindAndKeepScanFlagsByReason)
         << threadCount() << " threads, " << threadsBefore << " before";
     const std::string text = log();
     EXPECT_NE(text.find("Restarting after 2 seconds"), std::string::npos);
+    const size_t airportsRead = text.find("5 airports read from \"input/airports_msfs.xml\"");
+    EXPECT_NE(airportsRead, std::string::npos);
+    EXPECT_EQ(airportsRead, text.rfind("5 airports read from")) << "read once in a process";
     EXPECT_NE(text.find("Exiting: USER CLOSED SIM"), std::string::npos);
 }
 
@@ -304,6 +310,17 @@ TEST_F(SessionTest, StartOutsideTheProgramFolderReportsError41)
     ASSERT_TRUE(eventually([] { return !errorText.empty(); }));
     EXPECT_EQ(errorText, "41: TAVO must be run from the TAVO folder!");
     EXPECT_FALSE(exitInProgress) << "the window stays for the user";
+    gf_closeWindow();
+    loop.join();
+}
+
+TEST_F(SessionTest, WithoutTheAirportDatabaseThePreparationEnds)
+{
+    std::filesystem::remove(airportsFile);
+    startProcess();
+    ASSERT_TRUE(eventually([] { return !errorText.empty(); }));
+    EXPECT_EQ(errorText, "87: input/airports_msfs.xml not loaded File was not found");
+    EXPECT_EQ(log().find("liveries scan"), std::string::npos);
     gf_closeWindow();
     loop.join();
 }

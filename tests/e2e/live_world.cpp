@@ -2,6 +2,7 @@
 #include "tests/e2e/live_world.h"
 
 #include "tests/liveries/dbase_fixture.h"
+#include "tests/support/airports_file.h"
 #include "tests/support/temp_dir.h"
 #include "tools/dbase_scramble.h"
 #include "tools/zip_writer.h"
@@ -200,6 +201,7 @@ void gf_writeProgramFolder(const fs::path& ROOT, const E2eCatalogue& CATALOGUE, 
     fs::create_directories(ROOT / "docs");
     fs::create_directories(ROOT / "sim/Official");
     fs::create_directories(ROOT / "downloads");
+    writeAirportDatabase(ROOT);
     lf_writeLiveries(ROOT / "sim/Community", CATALOGUE);
     std::string failure;
     if (!gf_writeZip(ROOT / "downloads/dbase.zip", {{"dbase.xml", gf_scrambleDbaseText(lf_plainDbase().xml())}}, &failure))
