@@ -3,6 +3,7 @@
 // scan with reports and the stored catalogue, and the time to read
 // LiveriesScanned.xml back.
 #include "bench/community_tree.h"
+#include "bench/work_folder.h"
 
 #include "core/folders.h"
 #include "core/parameters.h"
@@ -27,26 +28,18 @@ constexpr int treeFiles = 20000;
 
 /// The program folder of the benchmark, made once and removed at exit.
 struct BenchFolder {
-    fs::path root = fs::temp_directory_path() / fmt::format("tavo-bench-liveries-{}", ::getpid());
-    fs::path previous = fs::current_path();
+    bench::WorkFolder work{"liveries"};
+    const fs::path& root = work.root;
     bench::TreeCounts counts;
 
     BenchFolder()
     {
-        fs::create_directories(root);
-        fs::current_path(root);
         lf_makeFolders();
         std::ofstream("temp2.xml") << gf_scrambleDbaseText(bench::benchPlainDbase());
         gf_readDbaseFile("temp2.xml");
         counts = bench::makeCommunityTree(root / "Community", treeFiles);
         LIG_AUTOMATIC.value = false;
         lfolder[0].value = (root / "Community").string();
-    }
-    ~BenchFolder()
-    {
-        std::error_code ignored;
-        fs::current_path(previous, ignored);
-        fs::remove_all(root, ignored);
     }
 };
 

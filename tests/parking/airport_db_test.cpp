@@ -95,51 +95,45 @@ TEST_F(AirportDb, NamesOfTheScan)
     EXPECT_TRUE(log.contains("2 airport names read from \"input/airports_msfs_names.xml\""));
 }
 
-TEST_F(AirportDb, FiveMilesAreInRange)
-{
-    lf_use({at("EDGE", 0)});
-    const LatLon five{5.0 / 60.0, here.lon};
-    ASSERT_EQ(gf_distanceNm(five, here), 5.0);
-    EXPECT_EQ(gf_closestAirport(five), airportList[0]);
-    EXPECT_FALSE(gf_closestAirport({5.01 / 60.0, here.lon}));
-}
-
-/// Airports with their distances from `here` in file order, the stand
-/// distances that the airport files answer, and the airport chosen.
+/// Airports at their distances north of `here` in file order, the stand
+/// distances of their files, the airports asked for a stand (the closest and
+/// its neighbour), and the airport chosen.
 struct ClosestRow {
     std::vector<std::pair<std::string, double>> airports;
     std::map<std::string, double> stands;
+    std::string asked;
     std::string chosen; ///< empty: none
-    std::string neighbour;
 };
 
 TEST_F(AirportDb, FileOrderDecidesTheNeighbourAndTheNearerStandWins)
 {
+    ASSERT_EQ(gf_distanceNm(here, {5.0 / 60.0, here.lon}), 5.0);
     const std::vector<ClosestRow> rows{
-        {{{"NEAR", 1}, {"FAR", 2}}, {{"FAR", 0.01}}, "NEAR", ""},
-        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.1}, {"NEAR", 0.5}}, "FAR", "FAR"},
-        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.3}, {"NEAR", 0.3}}, "NEAR", "FAR"},
-        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.5}, {"NEAR", 0.1}}, "NEAR", "FAR"},
-        {{{"OUT", 3}, {"FAR", 2}, {"NEAR", 1}}, {{"OUT", 0.01}, {"FAR", 0.2}, {"NEAR", 0.3}}, "FAR", "FAR"},
-        {{{"OUT", 3}, {"NEAR", 1}, {"FAR", 2}}, {{"OUT", 0.1}, {"NEAR", 0.3}, {"FAR", 0.01}}, "OUT", "OUT"},
-        {{{"AWAY", 5.5}, {"NEAR", 1}}, {{"AWAY", 0.01}}, "NEAR", ""},
-        {{{"AWAY", 5.5}}, {}, "", ""},
+        {{{"EDGE", 5.0}}, {}, "", "EDGE"},
+        {{{"EDGE", 5.01}}, {}, "", ""},
+        {{{"NEAR", 1}, {"FAR", 2}}, {{"FAR", 0.01}}, "", "NEAR"},
+        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.1}, {"NEAR", 0.5}}, "NEAR FAR ", "FAR"},
+        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.3}, {"NEAR", 0.3}}, "NEAR FAR ", "NEAR"},
+        {{{"FAR", 2}, {"NEAR", 1}}, {{"FAR", 0.5}, {"NEAR", 0.1}}, "NEAR FAR ", "NEAR"},
+        {{{"OUT", 3}, {"FAR", 2}, {"NEAR", 1}}, {{"OUT", 0.01}, {"FAR", 0.2}, {"NEAR", 0.3}}, "NEAR FAR ", "FAR"},
+        {{{"OUT", 3}, {"NEAR", 1}, {"FAR", 2}}, {{"OUT", 0.1}, {"NEAR", 0.3}, {"FAR", 0.01}}, "NEAR OUT ", "OUT"},
+        {{{"AWAY", 5.5}, {"NEAR", 1}}, {{"AWAY", 0.01}}, "", "NEAR"},
     };
     for (const ClosestRow& row : rows) {
         std::vector<AirportRecord> records;
         for (const auto& [icao, nm] : row.airports) records.push_back(at(icao, nm));
         lf_use(records);
-        std::vector<std::string> asked;
+        std::string asked;
         const auto ask = [&](const std::string& ICAO, const LatLon&, std::string& STAND) {
-            asked.push_back(ICAO);
+            asked += ICAO + " ";
             STAND = ICAO + "12";
             return row.stands.contains(ICAO) ? row.stands.at(ICAO) : 100.0;
         };
         const ClosestAirport result = lf_closestAirport(here, ask);
-        EXPECT_EQ(result ? result->icao : "", row.chosen) << row.airports.size() << row.chosen;
-        EXPECT_EQ(asked.size(), row.neighbour.empty() ? 0u : 2u) << row.chosen;
-        EXPECT_TRUE(row.neighbour.empty() || log.contains("Airport NEAR is closest, neighbour is " + row.neighbour));
+        EXPECT_EQ(result ? result->icao : "", row.chosen) << row.asked;
+        EXPECT_EQ(asked, row.asked) << row.chosen;
     }
+    EXPECT_TRUE(log.contains("Airport NEAR is closest, neighbour is OUT"));
     EXPECT_TRUE(log.contains("Airport NEAR is closest, but stand FAR12 at neighbouring airport FAR is closest at 185 meters ..."));
     lf_use({at("FAR", 2), at("NEAR", 1)});
     EXPECT_EQ(gf_closestAirport(here)->icao, "NEAR") << "no stand files: both answer 100.0";
