@@ -38,8 +38,9 @@ struct BenchFolder {
             const LatLon& centre = centres[i % centres.size()];
             codes.push_back(fmt::format("{}{:03}", static_cast<char>('A' + i % 26), i / 26));
             file << fmt::format("  <airport alt=\"{}\" lat=\"{:.6f}\" lon=\"{:.6f}\" iata=\"{}\" code=\"{}\"/>\n",
-                                i % 3000, centre.lat + (unit(random) - 0.5) * 1.5, centre.lon + (unit(random) - 0.5) * 1.5,
-                                i % 4 == 0 ? codes.back().substr(0, 3) : "", codes.back());
+                                i % 3000, centre.lat + (unit(random) - 0.5) * 1.5,
+                                centre.lon + (unit(random) - 0.5) * 1.5, i % 4 == 0 ? codes.back().substr(0, 3) : "",
+                                codes.back());
         }
         file << "</airports>\n";
         file.close();

@@ -16,10 +16,10 @@
 namespace orv {
 
 struct AirportRecord {
-    std::string icao; ///< attribute code
-    std::string iata; ///< attribute iata, may be empty
-    double lat = 0;   ///< degrees, north positive
-    double lon = 0;   ///< degrees, east positive
+    std::string icao;     ///< attribute code
+    std::string iata;     ///< attribute iata, may be empty
+    double lat = 0;       ///< degrees, north positive
+    double lon = 0;       ///< degrees, east positive
     double elevation = 0; ///< feet, read as a 32-bit float
     bool operator==(const AirportRecord&) const = default;
 };

@@ -36,7 +36,10 @@ bool lf_indexed() { return indexedCount == airportList.size(); }
 
 LatLon lf_positionOf(const AirportRecord& RECORD) { return {RECORD.lat, RECORD.lon}; }
 
-bool lf_onGrid(const LatLon& POS) { return std::isfinite(POS.lat) && std::isfinite(POS.lon) && std::abs(POS.lat) <= 90.0; }
+bool lf_onGrid(const LatLon& POS)
+{
+    return std::isfinite(POS.lat) && std::isfinite(POS.lon) && std::abs(POS.lat) <= 90.0;
+}
 
 int lf_row(double LAT) { return std::clamp(static_cast<int>(std::floor((LAT + 90.0) / cellDeg)), 0, gridRows - 1); }
 
@@ -131,8 +134,10 @@ void lf_indexAirports()
     for (std::uint32_t i = 0; i < count; ++i) {
         firstOfCode.try_emplace(airportList[i].icao, i);
         const LatLon pos = lf_positionOf(airportList[i]);
-        if (lf_onGrid(pos)) ++cellStart[lf_cellOf(pos) + 1];
-        else offGrid.push_back(i);
+        if (lf_onGrid(pos))
+            ++cellStart[lf_cellOf(pos) + 1];
+        else
+            offGrid.push_back(i);
     }
     for (std::size_t c = 1; c < cellStart.size(); ++c) cellStart[c] += cellStart[c - 1];
     cellMembers.resize(count - offGrid.size());

@@ -32,7 +32,10 @@ protected:
         lf_indexAirports();
     }
     /// An airport NM nautical miles north of `here`.
-    static AirportRecord at(const std::string& ICAO, double NM) { return {ICAO, "", here.lat + NM / 60.0, here.lon, 0}; }
+    static AirportRecord at(const std::string& ICAO, double NM)
+    {
+        return {ICAO, "", here.lat + NM / 60.0, here.lon, 0};
+    }
     static constexpr LatLon here{0.0, 4.0}; ///< on the equator a minute of latitude is one nautical mile
 };
 
@@ -60,7 +63,9 @@ TEST_F(AirportDb, ReadsRecordsOnceAndKeepsAnEmptyIata)
 
 TEST_F(AirportDb, ErrorsOfTheFileAndItsNumbers)
 {
-    const auto airport = [](const std::string& ATTRIBUTES) { return "<airports><airport " + ATTRIBUTES + "/></airports>"; };
+    const auto airport = [](const std::string& ATTRIBUTES) {
+        return "<airports><airport " + ATTRIBUTES + "/></airports>";
+    };
     const std::vector<std::pair<std::string, std::string>> rows{
         {"", "87: input/airports_msfs.xml not loaded File was not found"},
         {"<airports><airport", "87: input/airports_msfs.xml not loaded Error parsing start element tag"},
@@ -91,7 +96,8 @@ TEST_F(AirportDb, NamesOfTheScan)
     writeFile(airportNamesFile, R"(<AirportNames><airport ICAO="EHAM" name="Schiphol" x="1"/>
       <airport name="Rotterdam" ICAO="EHRD"/><airport ICAO="EHAM" name="again"/></AirportNames>)");
     ASSERT_TRUE(lf_readAirportNames());
-    EXPECT_EQ(airportNames, (std::unordered_map<std::string, std::string>{{"EHAM", "Schiphol"}, {"EHRD", "Rotterdam"}}));
+    EXPECT_EQ(airportNames,
+              (std::unordered_map<std::string, std::string>{{"EHAM", "Schiphol"}, {"EHRD", "Rotterdam"}}));
     EXPECT_TRUE(log.contains("2 airport names read from \"input/airports_msfs_names.xml\""));
 }
 
@@ -134,7 +140,8 @@ TEST_F(AirportDb, FileOrderDecidesTheNeighbourAndTheNearerStandWins)
         EXPECT_EQ(asked, row.asked) << row.chosen;
     }
     EXPECT_TRUE(log.contains("Airport NEAR is closest, neighbour is OUT"));
-    EXPECT_TRUE(log.contains("Airport NEAR is closest, but stand FAR12 at neighbouring airport FAR is closest at 185 meters ..."));
+    EXPECT_TRUE(log.contains(
+        "Airport NEAR is closest, but stand FAR12 at neighbouring airport FAR is closest at 185 meters ..."));
     lf_use({at("FAR", 2), at("NEAR", 1)});
     EXPECT_EQ(gf_closestAirport(here)->icao, "NEAR") << "no stand files: both answer 100.0";
 }
@@ -146,9 +153,11 @@ TEST_F(AirportDb, IndexGivesTheAnswersOfTheWalk)
     std::vector<LatLon> centres{{89.99, 10}, {-89.95, -170}, {0.02, 179.99}, {60.5, -179.97}, {52.31, 4.76}};
     while (centres.size() < 200) centres.push_back({unit(random) * 170 - 85, unit(random) * 360 - 180});
     const auto near = [&](const LatLon& CENTRE) {
-        return LatLon{std::clamp(CENTRE.lat + (unit(random) - 0.5) * 0.3, -90.0, 90.0), CENTRE.lon + (unit(random) - 0.5) * 0.6};
+        return LatLon{std::clamp(CENTRE.lat + (unit(random) - 0.5) * 0.3, -90.0, 90.0),
+                      CENTRE.lon + (unit(random) - 0.5) * 0.6};
     };
-    std::vector<AirportRecord> records{{"ODD1", "", 95.0, 4.0, 0}, {"ODD2", "", NAN, 4.0, 0}, {"ODD3", "", 52.3, 364.76, 0}};
+    std::vector<AirportRecord> records{
+        {"ODD1", "", 95.0, 4.0, 0}, {"ODD2", "", NAN, 4.0, 0}, {"ODD3", "", 52.3, 364.76, 0}};
     for (int i = 0; i < 6000; ++i) {
         const LatLon pos = near(centres[i % centres.size()]);
         records.push_back({fmt::format("A{}", i % 5900), "", pos.lat, pos.lon, 0});
