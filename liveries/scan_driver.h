@@ -42,7 +42,9 @@ std::size_t lf_scanFolder(const std::filesystem::path& FOLDER);
 /// The walk of one folder; its liveries go to LIST in the order found.
 void lf_searchLiveries(std::uint32_t LFOLDER, const std::filesystem::path& FOLDER, std::vector<LiveryData>& LIST);
 /// The walk's exclusions: entries below these are not descended into.
-bool gf_excludedFromWalk(const std::string& PATH);
+/// The words are looked for below the scanned folder only (from ROOT_LENGTH on):
+/// a user whose own folders are named "airports" still has liveries.
+bool gf_excludedFromWalk(const std::string& PATH, std::size_t ROOT_LENGTH = 0);
 /// A regular file named aircraft.cfg in any case.
 bool gf_isAircraftCfg(const std::filesystem::directory_entry& ENTRY);
 /// The number of the present folder of the scan (a livery's lfolder), from 1, at most 10.

@@ -130,11 +130,11 @@ std::vector<fs::path> lf_scanFolders()
     return folders;
 }
 
-bool gf_excludedFromWalk(const std::string& PATH)
+bool gf_excludedFromWalk(const std::string& PATH, std::size_t ROOT_LENGTH)
 {
     if (PATH.size() >= longPath) return true;
     for (const auto word : excludedWords)
-        if (PATH.find(word) != std::string::npos) return true;
+        if (PATH.find(word, std::min(ROOT_LENGTH, PATH.size())) != std::string::npos) return true;
     return false;
 }
 
@@ -151,11 +151,12 @@ void lf_searchLiveries(std::uint32_t LFOLDER, const fs::path& FOLDER, std::vecto
     ScanPool pool(workers);
     const std::size_t window = workers * pendingPerWorker;
     std::deque<std::future<Results>> pending;
+    const std::size_t root = FOLDER.string().size();
     try {
         for (fs::recursive_directory_iterator it(FOLDER, fs::directory_options::skip_permission_denied), end; it != end;
              ++it) {
             try {
-                if (gf_excludedFromWalk(it->path().string())) it.disable_recursion_pending();
+                if (gf_excludedFromWalk(it->path().string(), root)) it.disable_recursion_pending();
                 if (!gf_isAircraftCfg(*it)) continue;
                 pending.push_back(pool.submit<Results>([path = it->path(), LFOLDER] { return lf_fileTask(path, LFOLDER); }));
                 while (pending.size() > window) lf_takeOldest(pending, LIST, "inner");
