@@ -7,6 +7,7 @@
 #include "traffic/engine_parts.h"
 #include "core/geometry.h"
 #include "traffic/motion.h"
+#include "sim/sim_session.h"
 
 #include <algorithm>
 #include <mutex>
@@ -17,26 +18,9 @@ TestAirport testAirport;
 
 namespace {
 constexpr std::int32_t firstTick = 100000;
-constexpr std::int32_t createLeadTicks = 100;  ///< creation comes a second before the first point
-constexpr std::int32_t reportEveryTicks = 20;  ///< the by-type request's period
+constexpr std::int32_t reportEveryTicks = 20; ///< the by-type request's period
 constexpr double reportsUpToAglFt = 2500.0;
 constexpr double wheelsTouchFt = 0.5;
-constexpr double standSearchMetres = 55.0;
-constexpr double groundPitchRad = 0.010471975511965976;
-
-const TestStand* lf_standNear(const LatLon& POS)
-{
-    const TestStand* best = nullptr;
-    double bestMetres = standSearchMetres;
-    for (const TestStand& s : testAirport.stands) {
-        const double m = gf_distance(POS, s.pos) * metresPerNm;
-        if (m <= bestMetres) {
-            bestMetres = m;
-            best = &s;
-        }
-    }
-    return best;
-}
 } // namespace
 
 void gf_resetEngine(std::int32_t TICK)
@@ -109,6 +93,8 @@ act& gf_activeRecord(std::uint32_t HEXID, double EAST, double NORTH, bool ON_GRO
     return r;
 }
 
+void EngineTest::TearDown() { lf_clearEngine(); }
+
 Harness::Harness()
 {
     gf_resetEngine(firstTick);
@@ -135,13 +121,12 @@ bool Harness::removed(std::uint32_t HEXID) const
 
 void Harness::handOver()
 {
-    const std::int32_t now = engineTick;
-    while (nextLine_ < pending_.size() && pending_[nextLine_].line.handOverTick <= now) {
+    while (nextLine_ < pending_.size() && pending_[nextLine_].line.handOverTick <= engineTick) {
         const Pending& p = pending_[nextLine_++];
         if (gf_findAct(p.line.line.hexid) == nullptr && !removed(p.line.line.hexid)) {
-            // A new record, as lf_newFromLine makes it. The harness creates it itself, so it is
-            // held as being created from the start: the engine's own creation leaves it alone.
-            gf_testRecord(p.line.line, p.classId, p.wingspan).state = ActState::creating;
+            // A new record, as lf_newFromLine makes it; its livery is taken as
+            // matched, the engine's own creation does the rest.
+            gf_testRecord(p.line.line, p.classId, p.wingspan).livery = "Test " + p.line.line.icaoType;
             continue;
         }
         std::lock_guard lock(linesLock);
@@ -149,64 +134,11 @@ void Harness::handOver()
     }
 }
 
-void gf_activateRecord(act& RECORD, std::uint32_t OBJECT_ID)
-{
-    // The first pose as creation gives it; the simulator's answer and the
-    // two seconds of settling are taken as done.
-    TrackQueue& track = RECORD.track;
-    if (track.size() >= 2 && track[1].stationary) {
-        track[0].stationary = true;
-        track[0].groundSpeed = track[1].groundSpeed = 0;
-    }
-    TrackPoint& front = track.front();
-    const double ground = testAirport.elevationFt;
-    RECORD.onGround = !front.airborne;
-    if (front.airborne) {
-        RECORD.setPhase(Phase::flying);
-    } else if (const TestStand* stand = front.stationary || front.groundSpeed == 0 ? lf_standNear(gf_posOf(front))
-                                                                                    : nullptr) {
-        front.stationary = true;
-        front.groundSpeed = 0;
-        RECORD.standPos = stand->pos;
-        RECORD.standHeading = stand->headingRad;
-        RECORD.standId = stand->id;
-        RECORD.standCargo = stand->cargo;
-        RECORD.setPhase(Phase::atStand);
-        track.truncate(1);
-        front.lat = stand->pos.lat;
-        front.lon = stand->pos.lon;
-        front.track = stand->headingRad * radToDeg;
-        parkingCalls.setStandOccupied(stand->id, true);
-    } else {
-        RECORD.setPhase(Phase::moving);
-    }
-    RECORD.lat = front.lat;
-    RECORD.lon = front.lon;
-    RECORD.staticCg = testStaticCgFt;
-    RECORD.staticPitch = testStaticPitchDeg * degToRad;
-    RECORD.altitude = front.airborne ? front.altitude : ground + RECORD.staticCg;
-    RECORD.bank = front.bank.value_or(0);
-    RECORD.verticalSpeedFps = front.verticalSpeed;
-    RECORD.speedOut = front.airspeed;
-    RECORD.pitch = front.airborne ? lf_airPitchTarget(front.verticalSpeed) : groundPitchRad;
-    if (RECORD.phase == Phase::atStand)
-        RECORD.heading = RECORD.standHeading;
-    else if (track.size() >= 2 && !track[1].stationary)
-        RECORD.heading = gf_bearing(front.lat, front.lon, track[1].lat, track[1].lon);
-    else
-        RECORD.heading = gf_wrapTwoPi(front.track * degToRad);
-    RECORD.objectId = OBJECT_ID;
-    RECORD.agl = RECORD.altitude - ground;
-    RECORD.slots = 1;
-    RECORD.state = ActState::active;
-    lf_lightsAfterCreate(RECORD);
-}
-
 void Harness::groundReports()
 {
     if (!reportGround || engineTick % reportEveryTicks != 0) return;
     for (const act& r : liveList) {
-        if (r.objectId == 0 || r.state != ActState::active) continue;
+        if (r.objectId == 0) continue;
         const double agl = r.altitude - testAirport.elevationFt;
         if (agl > reportsUpToAglFt) continue;
         const std::uint32_t onGround = agl <= r.staticCg + wheelsTouchFt ? 1 : 0;
@@ -224,38 +156,46 @@ void Harness::sample()
         s.lon = r.lon;
         s.altitude = r.altitude;
         s.heading = r.heading;
-        s.pitch = r.pitch;
-        s.bank = r.bank;
-        s.speedOut = r.speedOut;
         s.phase = r.phase;
         s.state = r.state;
         s.onGround = r.onGround;
         s.takeoffRoll = r.takeoffRoll;
         s.landing = r.landing;
         s.rollout = r.rollout;
-        s.holding = r.holding;
         s.flareStage = r.flareStage;
-        s.throttle = r.throttleSetting;
-        s.flaps = r.flapsSetting;
         s.predictedPoints = r.predictedPoints;
         samples_[r.hexid].push_back(s);
         if (r.state == ActState::removing) removed_[r.hexid] = true;
     }
 }
 
+void Harness::simulator()
+{
+    std::vector<CreateRequest> requests;
+    {
+        std::lock_guard lock(simLock);
+        requests.swap(createList);
+        removeList.clear();
+        eventQueue.clear();
+    }
+    // Each request becomes an object with the test's static values.
+    for (const CreateRequest& q : requests) {
+        const std::uint32_t id = nextObjectId_++;
+        gf_postMessage({id, q.id, MessageKind::liveCreated, 0, q.altitudeFt - testAirport.elevationFt});
+        gf_postMessage({id, 0, MessageKind::staticData, testStaticCgFt, testStaticPitchDeg * degToRad});
+    }
+    // The removal report: the record leaves with it.
+    for (const act& r : liveList)
+        if (r.state == ActState::removing) gf_postMessage({r.objectId, 0, MessageKind::removed, 0, 0});
+}
+
 void Harness::run(std::int32_t TICKS)
 {
     for (std::int32_t i = 0; i < TICKS; ++i) {
         handOver();
-        for (act& r : liveList)
-            if (r.state == ActState::creating && r.objectId == 0 && !r.track.empty() &&
-                engineTick >= r.track.front().dueTick - createLeadTicks)
-                gf_activateRecord(r, nextObjectId_++);
         groundReports();
         lf_engineTick();
-        // The simulator's removal report: the record leaves with it.
-        for (const act& r : liveList)
-            if (r.state == ActState::removing) gf_postMessage({r.objectId, 0, MessageKind::removed, 0, 0});
+        simulator();
         sample();
     }
 }

@@ -1,11 +1,13 @@
 // Test support: the engine on a virtual clock. Lines go in at the pass their
-// reader would hand them over, records are made active when their first
-// point comes due (as creation will do), a small simulator answers with the
-// ground under each aircraft, and every pass is recorded. Nothing sleeps.
+// reader would hand them over, the engine's own creation makes the objects, a
+// small simulator answers their requests and reports the ground under each
+// aircraft, and every pass is recorded. Nothing sleeps.
 #pragma once
 
 #include "tests/traffic/track_gen.h"
 #include "traffic/act.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <map>
@@ -41,12 +43,11 @@ void gf_installTestAirport();
 /// What one pass showed of one aircraft.
 struct Sample {
     std::int32_t tick = 0;
-    double lat = 0, lon = 0, altitude = 0, heading = 0, pitch = 0, bank = 0, speedOut = 0;
+    double lat = 0, lon = 0, altitude = 0, heading = 0;
     Phase phase = Phase::unset;
     ActState state = ActState::waiting;
-    bool onGround = false, takeoffRoll = false, landing = false, rollout = false, holding = false;
-    std::int32_t flareStage = 0, throttle = 5, flaps = 4;
-    std::int32_t predictedPoints = 0;
+    bool onGround = false, takeoffRoll = false, landing = false, rollout = false;
+    std::int32_t flareStage = 0, predictedPoints = 0;
 };
 
 /// The simulator's side of the harness: the object's static values.
@@ -78,6 +79,7 @@ public:
 private:
     void handOver();
     void groundReports();
+    void simulator();
     void sample();
 
     struct Pending {
@@ -93,9 +95,6 @@ private:
     std::int32_t startTick_ = 0;
 };
 
-/// The first pose of a record as creation gives it (a stand of the test
-/// airport when it stands at one), with OBJECT_ID, made active.
-void gf_activateRecord(act& RECORD, std::uint32_t OBJECT_ID);
 /// Makes a record from a first line as a new record is made, without the
 /// reference tables: class and wing span given.
 act& gf_testRecord(const TrafficLine& LINE, std::int32_t CLASS_ID, double WINGSPAN_NM);
@@ -108,5 +107,21 @@ TrackPoint gf_pointAt(double EAST, double NORTH, double SPEED_KT, std::int32_t D
 TrafficLine gf_testIdentity(std::uint32_t HEXID, const std::string& CALLSIGN);
 /// Clears every list of the engine and sets the clock.
 void gf_resetEngine(std::int32_t TICK);
+
+/// The clock of the unit tests.
+inline constexpr std::int32_t now = 500000;
+
+/// A unit test of the engine: empty lists, the clock at now, the test airport
+/// at the plane's origin without stands.
+class EngineTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        testAirport = {};
+        testAirport.pos = gf_testPosition(0, 0);
+        gf_resetEngine(now);
+    }
+    void TearDown() override;
+};
 
 } // namespace orv::test
