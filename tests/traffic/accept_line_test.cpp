@@ -1,19 +1,18 @@
 // How traffic lines find their records, and the dispatch's messages.
 #include "core/flags.h"
 #include "core/parameters.h"
+#include "tests/traffic/harness.h"
 #include "traffic/engine.h"
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::test {
 namespace {
 
 constexpr double knotsToDegPerSecond = 1852.0 / 3600.0 / 111132.95;
 
-class AcceptLineTest : public ::testing::Test {
+class AcceptLineTest : public EngineTest {
 protected:
-    void SetUp() override { lf_clearEngine(); }
-    void TearDown() override { lf_clearEngine(); }
 
     /// A record as the first line would have made it.
     act& addRecord(std::uint32_t HEXID, ActState STATE, const TrafficLine& FIRST)
@@ -100,28 +99,25 @@ TEST_F(AcceptLineTest, SameCallsignAndTypeUnderNewHexidIsIgnored)
     EXPECT_EQ(gf_findAct(40005), nullptr);
 }
 
-TEST_F(AcceptLineTest, WaitingRecordOnTheFieldKeepsOnlyFarLines)
+TEST_F(AcceptLineTest, AWaitingRecordTakesNoLineNearTheFieldsHeight)
 {
-    act& record = addRecord(40006, ActState::waiting, line(40006, 100, 200, 5000));
-    lf_acceptLine(line(40006, 110, 200, 60)); // near -1000 ft? no: 60 ft differs by more than 120
-    EXPECT_EQ(record.track.size(), 2u);
-    TrafficLine near = line(40006, 120, 200, 5000);
-    near.point.altitude = -950; // within 120 ft of the "no airport" elevation
-    near.point.airborne = true;
-    EXPECT_TRUE(gf_farFromField(near)) << "at most 0 ft counts as far (on the ground)";
-    near.point.altitude = 10000;
-    EXPECT_TRUE(gf_farFromField(near));
-}
-
-TEST_F(AcceptLineTest, ClassFieldsVaryPitchesAndConvertTurnRates)
-{
-    act record;
-    lf_setClassFields(record, 2, +1, -1);
-    EXPECT_EQ(record.flareTicks, 400);
-    EXPECT_NEAR(record.rotatePitch, -6 * 1.025 * M_PI / 180, 1e-12);
-    EXPECT_NEAR(record.climbPitch, -16.5 * 0.95 * M_PI / 180, 1e-12);
-    EXPECT_NEAR(record.turnRate, 0.07 * M_PI / 180, 1e-12);
-    EXPECT_DOUBLE_EQ(record.pushSpeed, 4);
+    struct Case {
+        const char* why;
+        bool airport;
+        double altitudeFt;
+        bool kept;
+    } cases[] = {{"on the ground", true, 0, true},
+                 {"10000 ft and above", true, 10000, true},
+                 {"within 120 ft of the field", true, testAirport.elevationFt + 100, false},
+                 {"more than 120 ft off the field", true, testAirport.elevationFt + 130, true},
+                 {"no park airport", false, testAirport.elevationFt + 50, true}};
+    for (const Case& c : cases) {
+        lf_clearEngine();
+        testAirport.set = c.airport;
+        act& record = addRecord(40006, ActState::waiting, line(40006, 100, 200, 5000));
+        lf_acceptLine(line(40006, 110, 200, c.altitudeFt));
+        EXPECT_EQ(record.track.size(), c.kept ? 2u : 1u) << c.why;
+    }
 }
 
 TEST_F(AcceptLineTest, MessagesReachTheirRecords)
@@ -183,4 +179,4 @@ TEST_F(AcceptLineTest, ActTextHasFixedColumns)
 }
 
 } // namespace
-} // namespace orv
+} // namespace orv::test

@@ -13,17 +13,12 @@
 namespace orv::test {
 namespace {
 
-constexpr std::int32_t now = 300000;
-
-class EngineTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        testAirport = {};
-        gf_resetEngine(now);
-    }
-    void TearDown() override { lf_clearEngine(); }
-};
+/// The object of RECORD has come: it settles over the next passes.
+void lf_settle(const act& RECORD)
+{
+    std::lock_guard lock(messageLock);
+    afterCreate.push_back({{RECORD.objectId, RECORD.hexid, MessageKind::liveCreated, 0, 0}, 0});
+}
 
 // A record removed while its object is still being made has no object to
 // name. Queuing object 0 would lose the object that arrives later: it would
@@ -40,10 +35,7 @@ TEST_F(EngineTest, RemovalWhileCreatingWaitsForTheObject)
 
     // The object arrives and settles: now it is removed for real.
     r.objectId = 321;
-    {
-        std::lock_guard lock(messageLock);
-        afterCreate.push_back({{321, r.hexid, MessageKind::liveCreated, 0, 0}, 0});
-    }
+    lf_settle(r);
     for (int i = 0; i <= 200; ++i) lf_drainMessages();
     EXPECT_EQ(r.state, ActState::removing);
     ASSERT_EQ(removeQueue.size(), 1u);
@@ -55,10 +47,7 @@ TEST_F(EngineTest, ARecordRemovedWhileSettlingStaysRemoving)
     act& r = gf_activeRecord(2, 0, 0, true, Phase::moving, now);
     r.state = ActState::creating;
     r.objectId = 654;
-    {
-        std::lock_guard lock(messageLock);
-        afterCreate.push_back({{654, r.hexid, MessageKind::liveCreated, 0, 0}, 0});
-    }
+    lf_settle(r);
     for (int i = 0; i < 120; ++i) lf_drainMessages();
     gf_removeAct(r);
     EXPECT_EQ(r.state, ActState::removing);

@@ -1,20 +1,24 @@
-// Test support: the engine on a virtual clock. Lines go in at the pass their
-// reader would hand them over, the engine's own creation makes the objects, a
-// small simulator answers their requests and reports the ground under each
-// aircraft, and every pass is recorded. Nothing sleeps.
+// Test support for the engine: a plane round the test airport, the airport
+// and its stands as the engine asks for them, records and track points made
+// as a test wants them, and a fixture that starts each test from an empty engine.
 #pragma once
 
-#include "tests/traffic/track_gen.h"
+#include "core/geometry.h"
+#include "feed/traffic_line.h"
 #include "traffic/act.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace orv::test {
+
+/// The position of a plane point (metres east and north) round the test airport.
+LatLon gf_testPosition(double EAST, double NORTH);
+/// The plane point of a position.
+PlaneXY gf_testPlane(const LatLon& POS);
 
 /// A stand of the test airport.
 struct TestStand {
@@ -40,60 +44,9 @@ extern TestAirport testAirport;
 /// Puts testAirport's answers into the engine's parking table (gf_resetEngine does).
 void gf_installTestAirport();
 
-/// What one pass showed of one aircraft.
-struct Sample {
-    std::int32_t tick = 0;
-    double lat = 0, lon = 0, altitude = 0, heading = 0;
-    Phase phase = Phase::unset;
-    ActState state = ActState::waiting;
-    bool onGround = false, takeoffRoll = false, landing = false, rollout = false;
-    std::int32_t flareStage = 0, predictedPoints = 0;
-};
-
-/// The simulator's side of the harness: the object's static values.
+/// The simulator's static values of every object.
 inline constexpr double testStaticCgFt = 9.5;
 inline constexpr double testStaticPitchDeg = 0.7;
-
-class Harness {
-public:
-    Harness();
-    ~Harness();
-    Harness(const Harness&) = delete;
-    Harness& operator=(const Harness&) = delete;
-
-    /// A flight of CLASS_ID with half wing span WINGSPAN_NM, made from LINES.
-    void add(const std::vector<FeedLine>& LINES, std::int32_t CLASS_ID, double WINGSPAN_NM);
-    /// Runs TICKS passes.
-    void run(std::int32_t TICKS);
-    /// Runs until the last line is handed over and then TAIL_TICKS more.
-    void runAll(std::int32_t TAIL_TICKS);
-    /// The record, or nullptr once it is gone.
-    act* record(std::uint32_t HEXID) const;
-    const std::vector<Sample>& samples(std::uint32_t HEXID) { return samples_[HEXID]; }
-    /// Records kept in the state they had when the engine let them go.
-    bool removed(std::uint32_t HEXID) const;
-    std::int32_t startTick() const { return startTick_; }
-    /// Ground reports stop for this object (the simulator lost sight of it).
-    bool reportGround = true;
-
-private:
-    void handOver();
-    void groundReports();
-    void simulator();
-    void sample();
-
-    struct Pending {
-        FeedLine line;
-        std::int32_t classId;
-        double wingspan;
-    };
-    std::vector<Pending> pending_;
-    std::size_t nextLine_ = 0;
-    std::map<std::uint32_t, std::vector<Sample>> samples_;
-    std::map<std::uint32_t, bool> removed_;
-    std::uint32_t nextObjectId_ = 100;
-    std::int32_t startTick_ = 0;
-};
 
 /// Makes a record from a first line as a new record is made, without the
 /// reference tables: class and wing span given.

@@ -14,17 +14,7 @@
 namespace orv::test {
 namespace {
 
-constexpr std::int32_t now = 700000;
-
-class ScheduleTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        testAirport = {};
-        gf_resetEngine(now);
-    }
-    void TearDown() override { lf_clearEngine(); }
-};
+using ScheduleTest = EngineTest;
 
 TEST_F(ScheduleTest, DueTimeStaysWithinTheSlackOfTheData)
 {
@@ -75,22 +65,18 @@ TEST_F(ScheduleTest, APredictedLegPastTheTickRangeThrowsInsteadOfWrapping)
     }
 }
 
-TEST_F(ScheduleTest, ALegOfLessThanAQuarterSecondStillTakesTwentyFiveTicks)
+TEST_F(ScheduleTest, AShortLegStillTakesTwentyFiveTicksAStopItsOwnTime)
 {
     act& r = gf_activeRecord(2, 0, 0, true, Phase::moving, now);
     r.track.push_back(gf_pointAt(0, 10, 10, now + 10));
     lf_positionSteps(r);
     EXPECT_NEAR(r.latStep, (r.track[1].lat - r.lat) / 25.0, 1e-15);
-}
 
-TEST_F(ScheduleTest, AStopKeepsTheDurationTheDataGave)
-{
-    act& r = gf_activeRecord(3, 0, 0, true, Phase::moving, now);
-    TrackPoint stop = gf_pointAt(0, 0, 0, now + 700);
-    stop.stationary = true;
-    r.track.push_back(stop);
-    lf_timeGround(r);
-    EXPECT_EQ(r.track[1].dueTick, now + 700);
+    act& stopping = gf_activeRecord(3, 0, 0, true, Phase::moving, now);
+    stopping.track.push_back(gf_pointAt(0, 0, 0, now + 700));
+    stopping.track.back().stationary = true;
+    lf_timeGround(stopping);
+    EXPECT_EQ(stopping.track[1].dueTick, now + 700);
 }
 
 /// Front, next and the point after, with a turn of TURN_DEG at the next point.
@@ -128,9 +114,7 @@ TEST_F(ScheduleTest, AWideCornerTakenSlowlyGetsAMidpointFirst)
     lf_shapeGroundLeg(r);
     EXPECT_FALSE(lf_hasCurve(r));
     ASSERT_EQ(r.track.size(), 4u);
-    double e = 0, n = 0;
-    gf_testPlane(gf_posOf(r.track[1]), e, n);
-    EXPECT_NEAR(n, 50, 0.01);
+    EXPECT_NEAR(gf_testPlane(gf_posOf(r.track[1])).north, 50, 0.01);
     EXPECT_EQ(r.track[1].dueTick, now + 500);
 }
 
@@ -186,10 +170,9 @@ TEST_F(ScheduleTest, APushBackGoesTailFirstWithTheNoseFollowingTheCurve)
         lastLat = r.lat;
         lastLon = r.lon;
     }
-    double e = 0, n = 0;
-    gf_testPlane(lf_posOf(r), e, n);
-    EXPECT_NEAR(e, -20, 0.1);
-    EXPECT_NEAR(n, -45, 0.1);
+    const PlaneXY end = gf_testPlane(lf_posOf(r));
+    EXPECT_NEAR(end.east, -20, 0.1);
+    EXPECT_NEAR(end.north, -45, 0.1);
 }
 
 TEST_F(ScheduleTest, AirLegsTurnAndClimbWithinTheClassLimits)

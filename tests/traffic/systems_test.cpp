@@ -10,89 +10,94 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <mutex>
 
 namespace orv::test {
 namespace {
 
-constexpr std::int32_t now = 400000;
-
-class SystemsTest : public ::testing::Test {
+class SystemsTest : public EngineTest {
 protected:
     void SetUp() override
     {
-        testAirport = {};
-        testAirport.pos = gf_testPosition(0, 0);
-        gf_resetEngine(now);
+        EngineTest::SetUp();
         gf_clearSimQueues();
         qnhEngine = 1013;
     }
     void TearDown() override
     {
-        lf_clearEngine();
+        EngineTest::TearDown();
         gf_clearSimQueues();
         qnhEngine = 1013;
     }
-    /// The events queued for OBJECT so far, in order.
-    static std::vector<ClientEvent> events(std::uint32_t OBJECT)
+    /// How often OBJECT got event ID with DATA so far.
+    static int count(std::uint32_t OBJECT, std::uint32_t ID, std::uint32_t DATA)
     {
         std::lock_guard lock(simLock);
-        std::vector<ClientEvent> found;
-        for (const ClientEvent& e : eventQueue)
-            if (e.objectId == OBJECT) found.push_back(e);
-        return found;
-    }
-    static int count(const std::vector<ClientEvent>& EVENTS, std::uint32_t ID, std::uint32_t DATA)
-    {
-        int n = 0;
-        for (const ClientEvent& e : EVENTS) n += e.eventId == ID && e.data == DATA;
-        return n;
+        return static_cast<int>(std::count_if(eventQueue.begin(), eventQueue.end(), [&](const ClientEvent& E) {
+            return E.objectId == OBJECT && E.eventId == ID && E.data == DATA;
+        }));
     }
 };
 
-TEST_F(SystemsTest, AParkedAircraftSettlesWithEnginesOffAndTheBeaconDark)
+TEST_F(SystemsTest, LightsEnginesGearAndPowerAsThePhaseSetsThem)
 {
-    act& r = gf_activeRecord(1, 0, 0, true, Phase::atStand, now);
-    NAV_LIGHTS_WHILE_PARKED.value = true;
-    lf_lightsAfterCreate(r);
-    const auto e = events(r.objectId);
-    EXPECT_EQ(count(e, eventEngineAutoShutdown, 0), 1);
-    EXPECT_EQ(count(e, eventEngineAutoStart, 0), 0);
-    EXPECT_EQ(count(e, eventNavLightsSet, 1), 1);
-    EXPECT_EQ(count(e, eventBeaconLightsSet, 0), 1);
-    EXPECT_EQ(count(e, eventTaxiLightsSet, 0), 1);
-    EXPECT_EQ(count(e, eventSpoilersSet, 0), 1);
-    EXPECT_EQ(r.throttleSetting, 0);
-    EXPECT_EQ(r.flapsSetting, 0);
-}
-
-TEST_F(SystemsTest, HighInTheAirTheLandingLightsStayOff)
-{
-    act& r = gf_activeRecord(2, 0, 0, false, Phase::flying, now);
-    r.track.front().airborne = true;
-    r.altitude = 12000;
-    r.agl = 2500;
-    lf_lightsAfterCreate(r);
-    const auto e = events(r.objectId);
-    EXPECT_EQ(count(e, eventEngineAutoStart, 0), 1);
-    EXPECT_EQ(count(e, eventLandingLightsSet, 0), 1);
-    EXPECT_EQ(count(e, eventLogoLightsSet, 0), 1);
-    EXPECT_EQ(count(e, eventStrobesSet, 1), 1);
-    EXPECT_EQ(count(e, eventCabinLightsSet, 1), 1);
-}
-
-TEST_F(SystemsTest, AboveTenThousandFeetTheCruiseSetUpComesOnce)
-{
-    act& r = gf_activeRecord(3, 0, 0, false, Phase::flying, now);
-    r.track.front().altitude = 11000;
-    r.track.push_back(gf_pointAt(0, 5000, 250, now + 2000, 11000));
-    lf_flightConfig(r);
-    lf_flightConfig(r);
-    const auto e = events(r.objectId);
-    EXPECT_EQ(count(e, eventGearSet, 0), 1) << "gear up, once";
-    EXPECT_EQ(count(e, eventLandingLightsSet, 0), 1);
-    EXPECT_EQ(r.throttleSetting, 3);
-    EXPECT_EQ(r.flapsSetting, 0);
+    struct Case {
+        const char* why;
+        Phase phase;
+        double east;
+        std::function<void(act&)> run;
+        std::vector<std::array<std::uint32_t, 3>> events; ///< event, data, how often
+        std::int32_t throttle, flaps;                     ///< -1: not looked at
+    } cases[] = {
+        {"parked: engines off, the beacon dark", Phase::atStand, 0,
+         [](act& R) {
+             NAV_LIGHTS_WHILE_PARKED.value = true;
+             lf_lightsAfterCreate(R);
+         },
+         {{eventEngineAutoShutdown, 0, 1}, {eventEngineAutoStart, 0, 0}, {eventNavLightsSet, 1, 1},
+          {eventBeaconLightsSet, 0, 1}, {eventTaxiLightsSet, 0, 1}, {eventSpoilersSet, 0, 1}},
+         0, 0},
+        {"high in the air: the landing lights stay off", Phase::flying, 0,
+         [](act& R) {
+             R.altitude = 12000;
+             R.agl = 2500;
+             lf_lightsAfterCreate(R);
+         },
+         {{eventEngineAutoStart, 0, 1}, {eventLandingLightsSet, 0, 1}, {eventLogoLightsSet, 0, 1},
+          {eventStrobesSet, 1, 1}, {eventCabinLightsSet, 1, 1}},
+         -1, -1},
+        {"above 10000 ft: the cruise set-up comes once", Phase::flying, 0,
+         [](act& R) {
+             R.track.front().altitude = 11000;
+             R.track.push_back(gf_pointAt(0, 5000, 250, now + 2000, 11000));
+             lf_flightConfig(R);
+             lf_flightConfig(R);
+         },
+         {{eventGearSet, 0, 1}, {eventLandingLightsSet, 0, 1}}, 3, 0},
+        {"a helicopter landing: no flaps or gear, full power", Phase::flying, 2000,
+         [](act& R) {
+             lf_setClassFields(R, helicopterClass, 1, 1);
+             R.agl = 300;
+             R.track.front().altitude = 1700;
+             R.track.front().verticalSpeed = -500;
+             R.track.push_back(gf_pointAt(1500, 0, 60, now + 2000, 1600));
+             lf_flightConfig(R);
+             EXPECT_TRUE(R.landing);
+         },
+         {{eventGearSet, 1, 0}, {eventFlapsSet, 16383, 0}}, 4, -1},
+    };
+    std::uint32_t hexid = 1;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        act& r = gf_activeRecord(hexid++, c.east, 0, c.phase == Phase::atStand, c.phase, now);
+        c.run(r);
+        for (const auto& [id, data, times] : c.events) EXPECT_EQ(count(r.objectId, id, data), times) << id;
+        EXPECT_TRUE(c.throttle < 0 || r.throttleSetting == c.throttle) << r.throttleSetting;
+        EXPECT_TRUE(c.flaps < 0 || r.flapsSetting == c.flaps) << r.flapsSetting;
+    }
 }
 
 TEST_F(SystemsTest, TheGearComesUpThreeSecondsAfterRotation)
@@ -103,27 +108,8 @@ TEST_F(SystemsTest, TheGearComesUpThreeSecondsAfterRotation)
     lf_tookOff(r);
     r.agl = 100;
     int passes = 0;
-    while (count(events(r.objectId), eventGearSet, 0) == 0 && passes < 2000) {
-        lf_integrateTakingOff(r);
-        ++passes;
-    }
+    for (; count(r.objectId, eventGearSet, 0) == 0 && passes < 2000; ++passes) lf_integrateTakingOff(r);
     EXPECT_EQ(passes, r.rotateTicks + 301) << "rotation, then three seconds of climb";
-}
-
-TEST_F(SystemsTest, AHelicopterGetsNoFlapsOrGearButFullPowerWhenItLands)
-{
-    act& r = gf_activeRecord(5, 2000, 0, false, Phase::flying, now);
-    lf_setClassFields(r, helicopterClass, 1, 1);
-    r.agl = 300;
-    r.track.front().altitude = 1700;
-    r.track.front().verticalSpeed = -500;
-    r.track.push_back(gf_pointAt(1500, 0, 60, now + 2000, 1600));
-    lf_flightConfig(r);
-    EXPECT_TRUE(r.landing);
-    const auto e = events(r.objectId);
-    EXPECT_EQ(count(e, eventGearSet, 1), 0);
-    EXPECT_EQ(count(e, eventFlapsSet, 16383), 0);
-    EXPECT_EQ(r.throttleSetting, 4);
 }
 
 TEST_F(SystemsTest, AboveStandardPressureTheLastAirLegGlides)
@@ -139,7 +125,7 @@ TEST_F(SystemsTest, AboveStandardPressureTheLastAirLegGlides)
     lf_stepAir(r);
     EXPECT_DOUBLE_EQ(r.verticalSpeedFpm, -600 - 7 * 6);
     EXPECT_DOUBLE_EQ(r.altStep, (-600 - 7 * 6) / 6000.0);
-    EXPECT_EQ(count(events(r.objectId), eventGearSet, 1), 1);
+    EXPECT_EQ(count(r.objectId, eventGearSet, 1), 1);
 }
 
 TEST_F(SystemsTest, AnAircraftInTheAirOverGroundPointsClimbsToTheNextAirbornePoint)

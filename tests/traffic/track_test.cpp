@@ -12,17 +12,7 @@
 namespace orv::test {
 namespace {
 
-constexpr std::int32_t now = 500000;
-
-class TrackTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        testAirport = {};
-        gf_resetEngine(now);
-    }
-    void TearDown() override { lf_clearEngine(); }
-};
+using TrackTest = EngineTest;
 
 TEST_F(TrackTest, PointFilterByPlaceSpeedAndPhase)
 {
@@ -80,7 +70,7 @@ TEST_F(TrackTest, HelicopterPointsAreNeverRefused)
     EXPECT_TRUE(same.stationary);
 }
 
-TEST_F(TrackTest, TwoStandingPointsMakeTheFrontDueAtOnce)
+TEST_F(TrackTest, StopsAfterAStopMakeTheFrontDueAtOnceAndKeepOnlyTheNewest)
 {
     act& r = gf_activeRecord(3, 0, 0, true, Phase::moving, now - 5000);
     r.track.front().stationary = true;
@@ -89,6 +79,9 @@ TEST_F(TrackTest, TwoStandingPointsMakeTheFrontDueAtOnce)
     EXPECT_TRUE(r.track[1].stationary);
     EXPECT_EQ(r.track.front().dueTick, now + 1);
     EXPECT_EQ(r.track.front().groundSpeed, 0);
+    lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 4000));
+    EXPECT_EQ(r.track.size(), 2u);
+    EXPECT_EQ(r.track.back().dueTick, now + 4000);
 }
 
 TEST_F(TrackTest, PointsStayInTimeOrder)
@@ -153,16 +146,6 @@ TEST_F(TrackTest, ShortStopsAndCreepingAreThinnedLongStopsStay)
     }
 }
 
-TEST_F(TrackTest, AStopOfOnlyStopsKeepsTheFrontAndTheNewStop)
-{
-    act& r = gf_activeRecord(8, 0, 0, true, Phase::moving, now);
-    r.track.front().stationary = true;
-    lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 2000));
-    lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 4000));
-    EXPECT_EQ(r.track.size(), 2u);
-    EXPECT_EQ(r.track.back().dueTick, now + 4000);
-}
-
 TEST_F(TrackTest, LandingFilterRefusesPointsBehindAndCapsSpeed)
 {
     act& r = gf_activeRecord(9, 0, 0, false, Phase::flying, now + 200);
@@ -192,26 +175,23 @@ TEST_F(TrackTest, PushedBackAircraftWaitsForTheDataToMoveOff)
     r.standId = 3;
     r.pullOutDistance = 900;
     const double span = r.wingspan * metresPerNm;
-    TrackPoint close = gf_pointAt(2.0 * span, 0, 5, now + 300);
-    EXPECT_FALSE(lf_pushedBackPoint(r, close));
+    // A point of the data SPANS half spans east of the stand.
+    const auto seen = [&](act& R, double SPANS, std::int32_t DUE) {
+        TrackPoint p = gf_pointAt(SPANS * span, 0, 5, DUE);
+        return lf_pushedBackPoint(R, p);
+    };
+    EXPECT_FALSE(seen(r, 2.0, now + 300));
     EXPECT_TRUE(r.holding);
-    EXPECT_NEAR(r.pullOutDistance * metresPerNm, 2.0 * span, 0.5);
-    TrackPoint nearer = gf_pointAt(1.9 * span, 0, 5, now + 600);
-    EXPECT_FALSE(lf_pushedBackPoint(r, nearer));
-    TrackPoint away = gf_pointAt(3.0 * span, 0, 5, now + 900);
-    EXPECT_TRUE(lf_pushedBackPoint(r, away));
+    EXPECT_NEAR(r.pullOutDistance * metresPerNm, 2.0 * span, 0.5) << "the first point sets the distance to beat";
+    EXPECT_FALSE(seen(r, 1.9, now + 600));
+    EXPECT_TRUE(seen(r, 3.0, now + 900));
     EXPECT_EQ(r.phase, Phase::moving);
     EXPECT_EQ(r.standId, 0);
     EXPECT_FALSE(r.holding);
-}
-
-TEST_F(TrackTest, PushedBackTakesAFarPointAtOnce)
-{
-    act& r = gf_activeRecord(11, 0, 0, true, Phase::pushedBack, now);
-    r.pullOutDistance = 900;
-    TrackPoint far = gf_pointAt(7.0 * r.wingspan * metresPerNm, 0, 8, now + 300);
-    EXPECT_TRUE(lf_pushedBackPoint(r, far));
-    EXPECT_EQ(r.phase, Phase::moving);
+    // A point far off at once goes at once.
+    act& far = gf_activeRecord(11, 0, 0, true, Phase::pushedBack, now);
+    far.pullOutDistance = 900;
+    EXPECT_TRUE(seen(far, 7.0, now + 300));
 }
 
 // A livery change gives the aircraft a new object at the same spot. The copy
