@@ -14,12 +14,10 @@ namespace orv::test {
 
 namespace fs = std::filesystem;
 
-void makeProgramFolder(const fs::path& ROOT, bool WITH_DOCS)
+void makeProgramFolder(const fs::path& ROOT)
 {
-    if (WITH_DOCS) fs::create_directories(ROOT / "docs");
-    fs::create_directories(ROOT / "sim/Community");
-    fs::create_directories(ROOT / "sim/Official");
-    fs::create_directories(ROOT / "downloads");
+    for (const char* folder : {"docs", "sim/Community", "sim/Official", "downloads"})
+        fs::create_directories(ROOT / folder);
     writeAirportDatabase(ROOT);
     const fs::path liveries = ROOT / "sim/Community/test-liveries";
     writeFile(liveries / "SimObjects/Airplanes/KLM738/aircraft.cfg",

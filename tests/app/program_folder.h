@@ -7,7 +7,7 @@
 
 namespace orv::test {
 
-/// Builds the folder under ROOT; WITH_DOCS false leaves docs/ out.
-void makeProgramFolder(const std::filesystem::path& ROOT, bool WITH_DOCS = true);
+/// Builds the folder under ROOT.
+void makeProgramFolder(const std::filesystem::path& ROOT);
 
 } // namespace orv::test

@@ -10,9 +10,9 @@
 #include "core/errors.h"
 #include "parking/airport_db.h"
 #include "tests/app/program_folder.h"
+#include "tests/support/eventually.h"
 #include "tests/support/temp_dir.h"
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -20,40 +20,29 @@
 namespace orv {
 namespace {
 
+using test::eventually;
 using test::readFile;
-using test::TempDir;
 
 /// Every shared flag back to the start of a process.
 void resetFlags()
 {
-    simRunning = false;
-    secondDataReady = false;
-    exitInProgress = false;
-    userClosed = false;
-    readerFailed = false;
-    flightStopped = false;
-    restartPending = false;
-    tickCount = 0;
-    statusClock = 0;
+    simRunning = secondDataReady = exitInProgress = userClosed = readerFailed = flightStopped = restartPending = false;
+    tickCount = statusClock = 0;
     gf_clearError();
 }
 
 int threadCount()
 {
-    int count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) ++count;
-    return count;
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<int>(std::distance(begin(tasks), end(tasks)));
 }
 
-/// Waits up to 10 s of real time for a condition.
-template <typename F>
-bool eventually(F&& CONDITION)
+/// How often WHAT stands in TEXT.
+int occurrences(const std::string& TEXT, const std::string& WHAT)
 {
-    for (int k = 0; k < 1000; ++k) {
-        if (CONDITION()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return CONDITION();
+    int count = 0;
+    for (size_t at = TEXT.find(WHAT); at != std::string::npos; at = TEXT.find(WHAT, at + 1)) ++count;
+    return count;
 }
 
 class SpineTest : public ::testing::Test {
@@ -72,50 +61,51 @@ protected:
     {
         ASSERT_TRUE(eventually([] { return !gf_finalExitRunning() && gf_mainThreadsRunning() == 0; }));
         sleepScale = 1.0;
-        std::lock_guard lock(logMutex);
-        logStream.close();
+        gf_closeLog();
         resetFlags();
     }
     std::string log() { return readFile("Log.txt"); }
+    /// COUNT passes, each with the second's data in; false when one ended the loop.
+    static bool ticksWithData(int COUNT)
+    {
+        bool goOn = true;
+        for (int k = 0; k < COUNT; ++k) {
+            secondDataReady = true;
+            goOn = lf_tick() && goOn;
+        }
+        return goOn;
+    }
 
-    TempDir dir;
+    test::TempDir dir;
 };
 
 TEST(TickWork, MultiplesOfFifteenMaskSixteenSixtyOneAndSixtyTwo)
 {
-    struct Case {
-        int tick;
-        bool fifteen, thirty, sixteen, sixtyOne, sixtyTwo;
-    } cases[] = {
-        {240, true, true, false, false, false}, {915, true, false, false, false, false},
-        {930, true, true, false, false, false}, {16, false, false, true, false, false},
-        {61, false, false, false, true, false}, {62, false, false, false, false, true},
-        {976, false, false, true, true, false}, {45, true, false, false, false, false},
-        {7, false, false, false, false, false},
-    };
-    for (const Case& c : cases) {
-        const TickWork w = gf_tickWork(c.tick);
-        EXPECT_EQ(w.fifteen, c.fifteen) << c.tick;
-        EXPECT_EQ(w.thirty, c.thirty) << c.tick;
-        EXPECT_EQ(w.sixteen, c.sixteen) << c.tick;
-        EXPECT_EQ(w.sixtyOne, c.sixtyOne) << c.tick;
-        EXPECT_EQ(w.sixtyTwo, c.sixtyTwo) << c.tick;
+    const std::pair<int, const char*> cases[] = {{240, "15 30 "}, {915, "15 "}, {930, "15 30 "}, {16, "16 "}, {61, "61 "},
+                                                 {62, "62 "},     {976, "16 61 "}, {45, "15 "},  {7, ""}};
+    for (const auto& [tick, expected] : cases) {
+        const TickWork w = gf_tickWork(tick);
+        std::string work;
+        for (const auto& [due, name] : {std::pair{w.fifteen, "15 "}, {w.thirty, "30 "}, {w.sixteen, "16 "},
+                                        {w.sixtyOne, "61 "}, {w.sixtyTwo, "62 "}})
+            if (due) work += name;
+        EXPECT_EQ(work, expected) << tick;
     }
 }
 
 TEST(DayHalf, WeekdayAndHalfHourFromTheUtcText)
 {
-    EXPECT_EQ(gf_dayHalfFromText("Mon Nov 23 07:45:00 2026").day, 1);
-    EXPECT_EQ(gf_dayHalfFromText("Mon Nov 23 07:45:00 2026").halfHour, 15);
-    EXPECT_EQ(gf_dayHalfFromText("Sun Nov 22 00:29:59 2026").day, 7);
-    EXPECT_EQ(gf_dayHalfFromText("Sun Nov 22 00:29:59 2026").halfHour, 0);
-    EXPECT_EQ(gf_dayHalfFromText("Wed Jan  1 23:30:00 2025").halfHour, 47);
+    for (const auto& [text, day, halfHour] : {std::tuple{"Mon Nov 23 07:45:00 2026", 1, 15},
+                                              {"Sun Nov 22 00:29:59 2026", 7, 0}, {"Wed Jan  1 23:30:00 2025", 3, 47}}) {
+        EXPECT_EQ(gf_dayHalfFromText(text).day, day) << text;
+        EXPECT_EQ(gf_dayHalfFromText(text).halfHour, halfHour) << text;
+    }
     const std::uint64_t packed = gf_packDayHalf({3, 40});
     EXPECT_EQ(packed & 0xFFFFFFFF, 3u);
     EXPECT_EQ(packed >> 32, 40u);
 }
 
-TEST_F(SpineTest, TickRunsOnlyWhenSecondDataArrives)
+TEST_F(SpineTest, TickRunsOnlyWhenSecondDataArrivesAndAStatusGoesAfterTwentyFive)
 {
     simRunning = true;
     const std::int32_t engineBefore = engineTick;
@@ -128,74 +118,50 @@ TEST_F(SpineTest, TickRunsOnlyWhenSecondDataArrives)
     EXPECT_EQ(tickCount, 1);
     EXPECT_FALSE(secondDataReady);
     EXPECT_EQ(statusClock, 1);
+    // A status stays for 25 ticks.
+    gf_showStatus("hello", false);
+    ticksWithData(24);
+    EXPECT_EQ(statusText, "hello");
+    ticksWithData(1);
+    EXPECT_TRUE(statusText.empty());
 }
 
-TEST_F(SpineTest, StoppedFlightCountsNoTicksAndResumesTheSameSession)
+TEST_F(SpineTest, StoppedFlightCountsNoTicksResumesTheSameSessionAndStops)
 {
     simRunning = true;
-    secondDataReady = true;
-    lf_tick();
+    ticksWithData(1);
     simRunning = false;
-    for (int pass = 0; pass < 250; ++pass) {
-        secondDataReady = true; // replies that arrive while stopped are not ticks
-        EXPECT_TRUE(lf_tick());
-    }
+    EXPECT_TRUE(ticksWithData(250)); // replies that arrive while stopped are not ticks
     EXPECT_TRUE(flightStopped);
     EXPECT_EQ(tickCount, 1);
     simRunning = true;
-    secondDataReady = true;
-    lf_tick();
+    ticksWithData(1);
     EXPECT_FALSE(flightStopped);
     EXPECT_EQ(tickCount, 2);
     const std::string text = log();
-    EXPECT_EQ(text.find("Flight not running"), text.rfind("Flight not running")) << "logged once";
-    EXPECT_NE(text.find("Flight resumed"), std::string::npos);
-}
-
-TEST_F(SpineTest, AStopEndsTheLoopAlsoWhileTheFlightStandsStill)
-{
+    EXPECT_EQ(occurrences(text, "Flight not running"), 1);
+    EXPECT_EQ(occurrences(text, "Flight resumed"), 1);
     simRunning = false;
-    EXPECT_TRUE(lf_tick());
     userClosed = true;
-    EXPECT_FALSE(lf_tick()) << "no second data would ever reach the usual check";
-}
-
-TEST_F(SpineTest, StatusIsClearedAfterTwentyFiveTicks)
-{
-    simRunning = true;
-    statusClock = 10;
-    gf_showStatus("hello", false);
-    for (int k = 0; k < 24; ++k) {
-        secondDataReady = true;
-        lf_tick();
-    }
-    EXPECT_EQ(statusText, "hello");
-    secondDataReady = true;
-    lf_tick();
-    EXPECT_TRUE(statusText.empty());
+    EXPECT_FALSE(lf_tick()) << "a stop ends the loop also while the flight stands still";
 }
 
 TEST_F(SpineTest, ReportSortsExceptionsAndOnlyStandardOnesEndTheSession)
 {
-    try {
-        throw UserErrorException(150, "No install path");
-    } catch (...) {
-        lf_reportException("lf_startUpTAVO");
-    }
+    const auto report = [](std::exception_ptr THROWN, const char* WHERE) {
+        try {
+            std::rethrow_exception(THROWN);
+        } catch (...) {
+            lf_reportException(WHERE);
+        }
+    };
+    report(std::make_exception_ptr(UserErrorException(150, "No install path")), "lf_startUpTAVO");
     EXPECT_EQ(errorText, "150: No install path");
     EXPECT_FALSE(exitInProgress);
-    try {
-        throw 7;
-    } catch (...) {
-        lf_reportException("mainLoop");
-    }
+    report(std::make_exception_ptr(7), "mainLoop");
     EXPECT_EQ(errorText, "Unknown exception");
     EXPECT_FALSE(exitInProgress);
-    try {
-        throw SysErrorException(40, "Failed to write file x");
-    } catch (...) {
-        lf_reportException("mainLoop");
-    }
+    report(std::make_exception_ptr(SysErrorException(40, "Failed to write file x")), "mainLoop");
     EXPECT_EQ(errorText, "mainLoop: sys error 40: Failed to write file x");
     EXPECT_EQ(exitReason, SYSTEM_ERROR);
     ASSERT_TRUE(eventually([] { return !gf_finalExitRunning(); }));
@@ -233,14 +199,7 @@ protected:
     bool waitingForFlight(int SESSION)
     {
         return eventually([&] {
-            const std::string text = log();
-            size_t at = 0;
-            for (int k = 0; k < SESSION; ++k) {
-                at = text.find("liveries scan ends", at);
-                if (at == std::string::npos) return false;
-                ++at;
-            }
-            return gf_mainThreadsRunning() == 1 && !exitInProgress;
+            return occurrences(log(), "liveries scan ends") >= SESSION && gf_mainThreadsRunning() == 1 && !exitInProgress;
         });
     }
     std::thread loop;
@@ -249,14 +208,7 @@ protected:
 
 TEST_F(SessionTest, RestartsLeaveNoThreadBehindAndKeepScanFlagsByReason)
 {
-    const auto scans = [this] {
-        int count = 0;
-        const std::string text = log();
-        for (size_t at = text.find("liveries scan manual starts"); at != std::string::npos;
-             at = text.find("liveries scan manual starts", at + 1))
-            ++count;
-        return count;
-    };
+    const auto scans = [this] { return occurrences(log(), "liveries scan manual starts"); };
     const int threadsBefore = threadCount();
     startProcess();
     ASSERT_TRUE(waitingForFlight(1));
@@ -292,13 +244,13 @@ TEST_F(SessionTest, CloseDuringRestartCountdownEndsTheProgramOnce)
 {
     startProcess();
     ASSERT_TRUE(waitingForFlight(1));
-    sleepScale = 0.05; // a 45-second countdown lasts a little over 2 s
+    sleepScale = 0.5; // the 45-second countdown lasts over 20 s: the close comes well within it
     gf_requestExit(RESTART, 45);
     ASSERT_TRUE(eventually([] { return statusText.starts_with("Restarting after"); }));
     gf_closeWindow();
     loop.join();
     const std::string text = log();
-    EXPECT_EQ(text.find("Exiting:"), text.rfind("Exiting:")) << "one FinalExit only";
+    EXPECT_EQ(occurrences(text, "Exiting:"), 1) << "one FinalExit only";
     EXPECT_NE(text.find("User closed"), std::string::npos);
     EXPECT_TRUE(eventually([] { return gf_mainThreadsRunning() == 0; }));
 }
