@@ -81,8 +81,8 @@ protected:
 
 TEST(TickWork, MultiplesOfFifteenMaskSixteenSixtyOneAndSixtyTwo)
 {
-    const std::pair<int, const char*> cases[] = {{240, "15 30 "}, {915, "15 "}, {930, "15 30 "}, {16, "16 "}, {61, "61 "},
-                                                 {62, "62 "},     {976, "16 61 "}, {45, "15 "},  {7, ""}};
+    const std::pair<int, const char*> cases[] = {{240, "15 30 "}, {915, "15 "}, {930, "15 30 "}, {16, "16 "},
+                                                 {61, "61 "},     {62, "62 "},  {976, "16 61 "}, {45, "15 "}, {7, ""}};
     for (const auto& [tick, expected] : cases) {
         const TickWork w = gf_tickWork(tick);
         std::string work;
@@ -96,13 +96,12 @@ TEST(TickWork, MultiplesOfFifteenMaskSixteenSixtyOneAndSixtyTwo)
 TEST(DayHalf, WeekdayAndHalfHourFromTheUtcText)
 {
     for (const auto& [text, day, halfHour] : {std::tuple{"Mon Nov 23 07:45:00 2026", 1, 15},
-                                              {"Sun Nov 22 00:29:59 2026", 7, 0}, {"Wed Jan  1 23:30:00 2025", 3, 47}}) {
+                                              {"Sun Nov 22 00:29:59 2026", 7, 0},
+                                              {"Wed Jan  1 23:30:00 2025", 3, 47}}) {
         EXPECT_EQ(gf_dayHalfFromText(text).day, day) << text;
         EXPECT_EQ(gf_dayHalfFromText(text).halfHour, halfHour) << text;
     }
-    const std::uint64_t packed = gf_packDayHalf({3, 40});
-    EXPECT_EQ(packed & 0xFFFFFFFF, 3u);
-    EXPECT_EQ(packed >> 32, 40u);
+    EXPECT_EQ(gf_packDayHalf({3, 40}), std::uint64_t{40} << 32 | 3) << "the day low, the half hour high";
 }
 
 TEST_F(SpineTest, TickRunsOnlyWhenSecondDataArrivesAndAStatusGoesAfterTwentyFive)
@@ -178,8 +177,7 @@ TEST_F(SpineTest, SecondExitRequestIsDropped)
     EXPECT_FALSE(restartPending);
 }
 
-/// A whole process in the test: the message loop on its own thread, a
-/// program folder with docs and a simulator root.
+/// A whole process in the test: the message loop on its own thread, in a program folder.
 class SessionTest : public SpineTest {
 protected:
     void SetUp() override
@@ -194,12 +192,12 @@ protected:
         loop = std::thread([this] { quitValue = gf_runMessageLoop(); });
         gf_postWindowMessage(WindowMessage::start);
     }
-    /// The session waits for a running flight once its start-up is through:
-    /// its livery catalogue is ready.
+    /// Session SESSION waits for a running flight: its start-up, livery scan included, is through.
     bool waitingForFlight(int SESSION)
     {
         return eventually([&] {
-            return occurrences(log(), "liveries scan ends") >= SESSION && gf_mainThreadsRunning() == 1 && !exitInProgress;
+            return occurrences(log(), "liveries scan ends") >= SESSION && gf_mainThreadsRunning() == 1 &&
+                   !exitInProgress;
         });
     }
     std::thread loop;

@@ -1,4 +1,5 @@
 // Detection of the simulator's packages with fake application data trees.
+// (The program's own folder tree is checked where the program starts.)
 #include "core/folders.h"
 #include "core/parameters.h"
 #include "tests/support/temp_dir.h"
@@ -20,81 +21,70 @@ protected:
         gf_setUserFolder();
     }
     void TearDown() override { gf_resetParameters(); }
-
-    /// A simulator root with Community and the given Official folder.
-    fs::path makeRoot(const std::string& NAME, const char* OFFICIAL)
-    {
-        const fs::path root = dir / NAME;
-        fs::create_directories(root / "Community");
-        if (OFFICIAL != nullptr) fs::create_directories(root / OFFICIAL);
-        return root;
-    }
+    /// A UserCfg.opt at AT with LINE among others.
     void userCfg(const fs::path& AT, const std::string& LINE)
     {
         writeFile(AT, "Version 1\nGraphics {\n}\n" + LINE + "\n");
     }
-    fs::path local() { return gf_localAppData(); }
-    fs::path roaming() { return gf_roamingAppData(); }
 
     TempDir dir;
 };
 
-TEST_F(DetectionTest, SteamCopyOf2020AndStoreCopyOf2024EachFoundByTheirSetting)
+TEST_F(DetectionTest, EachCopyOfTheSimulatorIsFoundByItsSetting)
 {
-    const fs::path steam2020 = roaming() / "Microsoft Flight Simulator" / "Packages";
-    fs::create_directories(steam2020 / "Community");
-    fs::create_directories(steam2020 / "Official");
-    const fs::path store2024 = makeRoot("Store2024", "Official2024");
-    userCfg(local() / "Packages" / "Microsoft.Limitless_8wekyb3d8bbwe" / "LocalCache" / "UserCfg.opt",
-            "InstalledPackagesPath \"" + store2024.string() + "\"");
-    MSFS_2020.value = true;
-    EXPECT_EQ(gf_detectInstallPath(), steam2020);
-    MSFS_2020.value = false;
-    EXPECT_EQ(gf_detectInstallPath(), store2024);
-}
-
-TEST_F(DetectionTest, UserCfgPlacesTriedInOrder)
-{
-    const fs::path boxed = makeRoot("Boxed", "Official");
-    const fs::path steam = makeRoot("Steam", "Official");
-    userCfg(local() / "MSFSPackages" / "UserCfg.opt", "InstalledPackagesPath \"" + boxed.string() + "\"");
-    EXPECT_EQ(gf_detectInstallPath(), boxed);
-    userCfg(roaming() / "Microsoft Flight Simulator" / "UserCfg.opt", "InstalledPackagesPath \"" + steam.string() + "\"");
-    EXPECT_EQ(gf_detectInstallPath(), steam) << "the Steam place comes before the boxed one";
+    const fs::path local = gf_localAppData(), roaming = gf_roamingAppData();
+    const fs::path boxed = local / "MSFSPackages" / "UserCfg.opt";
+    const fs::path steam = roaming / "Microsoft Flight Simulator" / "UserCfg.opt";
+    const fs::path store2024 = local / "Packages" / "Microsoft.Limitless_8wekyb3d8bbwe" / "LocalCache" / "UserCfg.opt";
+    const fs::path steamPackages2020 = roaming / "Microsoft Flight Simulator" / "Packages";
+    // A simulator root: Community and, when named, the Official folder.
+    const auto makeRoot = [](const fs::path& ROOT, const std::string& OFFICIAL) {
+        fs::create_directories(ROOT / "Community");
+        if (!OFFICIAL.empty()) fs::create_directories(ROOT / OFFICIAL);
+    };
+    for (const auto& [name, official] :
+         {std::pair{"Boxed", "Official"}, {"Steam", "Official"}, {"Store", "Official2024"}, {"NoOfficial", ""}})
+        makeRoot(dir / name, official);
+    struct Case {
+        const char* why;
+        bool msfs2020;
+        std::vector<std::pair<fs::path, std::string>> settings; ///< UserCfg.opt and the root it names
+        bool steamPackages;                                      ///< 2020's Steam packages folder is there
+        fs::path found;
+    } cases[] = {
+        {"nothing installed", true, {}, false, ""},
+        {"the boxed copy", true, {{boxed, "Boxed"}}, false, dir / "Boxed"},
+        {"Steam's setting before the boxed one", true, {{boxed, "Boxed"}, {steam, "Steam"}}, false, dir / "Steam"},
+        {"a root without its Official folder", true, {{boxed, "NoOfficial"}}, false, ""},
+        {"2020 on Steam: its packages folder", true, {{store2024, "Store"}}, true, steamPackages2020},
+        {"2024 from the store", false, {{store2024, "Store"}}, true, dir / "Store"},
+        {"2024 needs Official2024", false, {{store2024, "Boxed"}}, false, ""},
+    };
+    for (const Case& c : cases) {
+        for (const fs::path& cfg : {boxed, steam, store2024}) fs::remove(cfg);
+        fs::remove_all(steamPackages2020);
+        if (c.steamPackages) makeRoot(steamPackages2020, "Official");
+        MSFS_2020.value = c.msfs2020;
+        for (const auto& [cfg, root] : c.settings)
+            userCfg(cfg, "InstalledPackagesPath \"" + (dir / root).string() + "\"");
+        EXPECT_EQ(gf_detectInstallPath(), c.found) << c.why;
+    }
+    EXPECT_FALSE(gf_isSimRoot(""));
 }
 
 TEST_F(DetectionTest, PackagesPathLineRules)
 {
     const fs::path cfg = dir / "UserCfg.opt";
-    struct Case {
-        std::string line;
-        std::string expected;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"InstalledPackagesPath \"D:\\MSFS\\Packages\"", "D:\\MSFS\\Packages"},
         {"InstalledPackagesPath \"D:\\MSFS\\Packages", ""}, // missing closing quote
         {"InstalledPackagesPath D:\\MSFS", "InstalledPackagesPath D:\\MSFS"},
         {"NoSuchKey \"x\"", ""},
     };
-    for (const Case& c : cases) {
-        userCfg(cfg, c.line);
-        EXPECT_EQ(lf_installedPackagesPath(cfg), c.expected) << c.line;
+    for (const auto& [line, expected] : cases) {
+        userCfg(cfg, line);
+        EXPECT_EQ(lf_installedPackagesPath(cfg), expected) << line;
     }
-}
-
-TEST_F(DetectionTest, RootWithoutOfficialFolderIsRefused)
-{
-    const fs::path root = makeRoot("NoOfficial", nullptr);
-    userCfg(local() / "MSFSPackages" / "UserCfg.opt", "InstalledPackagesPath \"" + root.string() + "\"");
-    EXPECT_FALSE(gf_isSimRoot(root));
-    EXPECT_TRUE(gf_detectInstallPath().empty());
-    EXPECT_FALSE(gf_isSimRoot(""));
-    MSFS_2020.value = false;
-    EXPECT_FALSE(gf_isSimRoot(makeRoot("Only2020", "Official"))) << "2024 needs Official2024";
-}
-
-TEST_F(DetectionTest, NothingInstalledAnswersEmpty)
-{
-    EXPECT_TRUE(gf_detectInstallPath().empty());
 }
 
 TEST_F(DetectionTest, TrailingCommunityIsCutOnceAndSaved)
@@ -110,15 +100,6 @@ TEST_F(DetectionTest, TrailingCommunityIsCutOnceAndSaved)
     lf_cutCommunity();
     EXPECT_EQ(MSFS_2024_INSTALL_PATH.value, "/games/msfs2024");
     EXPECT_NE(test::readFile(gf_parametersPath()).find("/games/msfs2024\""), std::string::npos);
-}
-
-TEST_F(DetectionTest, MakeFoldersBuildsTheTree)
-{
-    lf_makeFolders();
-    for (const char* folder : {"output/info", "output/errors", "airports/learned/stock", "airports/learned/simaddon",
-                               "airports/learned/thirdparty", "airports/my_simaddon", "airports/my_thirdparty",
-                               "input/my_regcodes"})
-        EXPECT_TRUE(fs::is_directory(folder)) << folder;
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Great-circle helpers and the ring-buffer track.
+// Great-circle helpers and the local plane.
 #include "core/geometry.h"
 
 #include <gtest/gtest.h>
@@ -18,12 +18,11 @@ TEST(Geometry, OneDegreeOfLatitudeIsSixtyNauticalMiles)
 
 TEST(Geometry, BearingsOfTheCardinalDirections)
 {
-    struct Case {
-        double lat2, lon2, expectedDeg;
-    } cases[] = {{48, 8, 0}, {47, 9, 89.63}, {46, 8, 180}, {47, 7, 270.37}};
-    for (const Case& c : cases) {
-        const double deg = gf_bearing(47.0, 8.0, c.lat2, c.lon2) * radToDeg;
-        EXPECT_NEAR(deg, c.expectedDeg, 0.01) << c.lat2 << " " << c.lon2;
+    // from 47 N 8 E to lat, lon: degrees
+    const double cases[][3] = {{48, 8, 0}, {47, 9, 89.63}, {46, 8, 180}, {47, 7, 270.37}};
+    for (const auto& [lat, lon, expected] : cases) {
+        const double deg = gf_bearing(47.0, 8.0, lat, lon) * radToDeg;
+        EXPECT_NEAR(deg, expected, 0.01) << lat << " " << lon;
         EXPECT_GE(deg, 0.0);
         EXPECT_LT(deg, 360.0);
     }
@@ -32,23 +31,21 @@ TEST(Geometry, BearingsOfTheCardinalDirections)
 TEST(Geometry, DestinationComesBackByDistanceAndBearing)
 {
     const LatLon start{47.0, 8.0};
-    for (double course = 0; course < twoPi; course += 0.7) {
+    for (double course = 0; course < twoPi; course += 0.7)
         for (double feet : {10.0, 1000.0, 100000.0}) {
             const LatLon to = gf_destination(start, course, feet);
             EXPECT_NEAR(gf_distance(start, to) * feetPerNm, feet, feet * 1e-6 + 1e-6);
             EXPECT_NEAR(std::fabs(gf_angleDiff(gf_bearing(start, to), course)), 0.0, 1e-6);
         }
-    }
 }
 
 TEST(Geometry, AngleDifferenceIsSignedAndShortest)
 {
-    struct Case {
-        double aDeg, bDeg, expectedDeg;
-    } cases[] = {{10, 350, 20}, {350, 10, -20}, {90, 0, 90}, {0, 90, -90}, {180, 0, 180}, {725, 0, 5}, {-30, 30, -60}};
-    for (const Case& c : cases)
-        EXPECT_NEAR(gf_angleDiff(c.aDeg * degToRad, c.bDeg * degToRad) * radToDeg, c.expectedDeg, 1e-9)
-            << c.aDeg << " - " << c.bDeg;
+    // a, b, a - b in degrees
+    const double cases[][3] = {{10, 350, 20}, {350, 10, -20}, {90, 0, 90},  {0, 90, -90},
+                               {180, 0, 180}, {725, 0, 5},    {-30, 30, -60}};
+    for (const auto& [a, b, expected] : cases)
+        EXPECT_NEAR(gf_angleDiff(a * degToRad, b * degToRad) * radToDeg, expected, 1e-9) << a << " - " << b;
     EXPECT_NEAR(gf_wrapTwoPi(-0.5), twoPi - 0.5, 1e-12);
     EXPECT_NEAR(gf_wrapTwoPi(7.0), 7.0 - twoPi, 1e-12);
 }

@@ -1,12 +1,11 @@
 // The log, the message area and the text helpers.
 #include "core/errors.h"
-#include "core/flags.h"
 #include "core/log.h"
 #include "core/text_files.h"
 #include "tests/support/temp_dir.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pugixml.hpp>
 
 #include <regex>
 
@@ -27,19 +26,10 @@ struct LogSession {
     }
 };
 
-TEST(Errors, UserErrorShowsCodeExceptNinetyNine)
-{
-    EXPECT_STREQ(UserErrorException(41, "x").what(), "41: x");
-    EXPECT_STREQ(UserErrorException(99, "New version").what(), "New version");
-    EXPECT_STREQ(SysErrorException(40, "Failed").what(), "sys error 40: Failed");
-}
-
 TEST(Log, HeadLineNamesVersionAndSimulators)
 {
     TempDir dir;
-    {
-        LogSession log;
-    }
+    LogSession{};
     const std::string text = readFile("Log.txt");
     const std::regex head(R"(^\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d \d{4} \(utc\) TAVO version 10\.9\.3 for MSFS 2020/2024\n$)");
     EXPECT_TRUE(std::regex_match(text, head)) << text;
@@ -59,16 +49,14 @@ TEST(Log, ThirdStartFindsFirstLogInLog00)
     EXPECT_NE(readFile("Log.txt").find("start 3"), std::string::npos);
 }
 
-TEST(Log, UnwritableLogIsSystemError40)
+TEST(Log, ErrorsShowTheirCodeExceptNinetyNineAndAnUnwritableLogIsSystemError40)
 {
+    EXPECT_STREQ(UserErrorException(41, "x").what(), "41: x");
+    EXPECT_STREQ(UserErrorException(99, "New version").what(), "New version");
     TempDir dir;
-    try {
-        gf_openLog("no-such-folder/Log.txt");
-        FAIL() << "expected error 40";
-    } catch (const SysErrorException& e) {
-        EXPECT_EQ(e.code, 40);
-        EXPECT_STREQ(e.what(), "sys error 40: Failed to write file no-such-folder/Log.txt");
-    }
+    EXPECT_THAT([] { gf_openLog("no-such-folder/Log.txt"); },
+                ::testing::ThrowsMessage<SysErrorException>("sys error 40: Failed to write file "
+                                                            "no-such-folder/Log.txt"));
 }
 
 TEST(MessageArea, StatusNeverReplacesErrorAndEmptyStatusIsNotLogged)
@@ -107,15 +95,13 @@ TEST(Texts, BannerAndUtcText)
 TEST(Encoding, DetectedFromTheFirstTwoBytes)
 {
     TempDir dir;
-    struct Case {
-        std::string bytes;
-        int expected;
-    } cases[] = {
-        {"\xFF\xFE" "a\0", 1}, {"\xFE\xFF\0a", 2}, {"\xEF\xBB\xBF[fltsim.0]", 3}, {"[fltsim.0]", 0}, {"", 0}, {"x", 0},
+    const std::pair<std::string, int> cases[] = {
+        {{"\xFF\xFE" "a\0", 4}, 1}, {{"\xFE\xFF\0a", 4}, 2}, {"\xEF\xBB\xBF[fltsim.0]", 3},
+        {"[fltsim.0]", 0},           {"", 0},                    {"x", 0},
     };
-    for (const Case& c : cases) {
-        writeFile("file.cfg", c.bytes);
-        EXPECT_EQ(gf_detectEncoding("file.cfg"), c.expected) << "bytes of size " << c.bytes.size();
+    for (const auto& [bytes, expected] : cases) {
+        writeFile("file.cfg", bytes);
+        EXPECT_EQ(gf_detectEncoding("file.cfg"), expected) << "bytes of size " << bytes.size();
     }
     EXPECT_EQ(gf_detectEncoding("missing.cfg"), 5);
 }
@@ -133,35 +119,22 @@ TEST(Encoding, Utf16BothOrdersWithSurrogatesToUtf8)
     EXPECT_THROW(gf_utf8ToWide("\xC3"), Utf8ConversionException);
 }
 
-TEST(TextFiles, ReadLinesDropsLineEndsAndAnswersNothingForEmpty)
+TEST(TextFiles, ReadLinesEmptyFolderAndKeepOlderCopies)
 {
     TempDir dir;
     writeFile("a.txt", "one\r\ntwo\nthree");
-    const auto lines = gf_readLines("a.txt");
-    ASSERT_TRUE(lines);
-    EXPECT_EQ(*lines, (std::vector<std::string>{"one", "two", "three"}));
+    EXPECT_EQ(gf_readLines("a.txt"), (std::vector<std::string>{"one", "two", "three"})) << "line ends dropped";
     writeFile("empty.txt", "");
     EXPECT_FALSE(gf_readLines("empty.txt"));
     EXPECT_FALSE(gf_readLines("missing.txt"));
-}
-
-TEST(TextFiles, EmptyFolderRemovesEntriesAndIgnoresMissingFolder)
-{
-    TempDir dir;
     writeFile("f/a.txt", "a");
     writeFile("f/sub/b.txt", "b");
     gf_emptyFolder("f");
-    EXPECT_TRUE(std::filesystem::is_directory("f"));
-    EXPECT_TRUE(std::filesystem::is_empty("f"));
+    EXPECT_TRUE(std::filesystem::is_directory("f") && std::filesystem::is_empty("f"));
     EXPECT_NO_THROW(gf_emptyFolder("not-there"));
-}
-
-TEST(TextFiles, KeepOlderCopiesLeavesNamesWithoutPointAlone)
-{
-    TempDir dir;
     writeFile("README", "x");
     gf_keepOlderCopies("README");
-    EXPECT_FALSE(std::filesystem::exists("README0"));
+    EXPECT_FALSE(std::filesystem::exists("README0")) << "a name without a point is left alone";
     writeFile("a.xml", "1");
     gf_keepOlderCopies("a.xml");
     EXPECT_EQ(readFile("a0.xml"), "1");

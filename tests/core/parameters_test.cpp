@@ -12,7 +12,6 @@
 namespace orv {
 namespace {
 
-using test::readFile;
 using test::TempDir;
 using test::writeFile;
 
@@ -42,19 +41,19 @@ protected:
     TempDir dir;
 };
 
-TEST(ParameterReading, BooleansByFirstCharacterAndIntegersClamped)
+TEST(ParameterReading, BooleansByFirstCharacterIntegersClampedHalfHoursToHours)
 {
-    struct BoolCase {
-        const char* text;
-        bool expected;
-    } bools[] = {{"1", true}, {"true", true}, {"True", true}, {"yes", true}, {"Y", true},
-                 {"0", false}, {"false", false}, {"on", false}, {"", false}, {nullptr, false}};
-    for (const BoolCase& c : bools) EXPECT_EQ(gf_readBool(c.text), c.expected) << (c.text ? c.text : "null");
-    EXPECT_EQ(gf_readInt("500", 2, 100), 100);
-    EXPECT_EQ(gf_readInt("-7", 2, 100), 2);
-    EXPECT_EQ(gf_readInt("42abc", 2, 100), 42);
-    EXPECT_EQ(gf_readInt("", -1, 300), 0);
-    EXPECT_EQ(gf_readInt("junk", 2, 100), 2);
+    const std::pair<const char*, bool> bools[] = {{"1", true},     {"true", true}, {"True", true},  {"yes", true},
+                                                  {"Y", true},     {"0", false},   {"false", false}, {"on", false},
+                                                  {"", false},     {nullptr, false}};
+    for (const auto& [text, expected] : bools) EXPECT_EQ(gf_readBool(text), expected) << (text ? text : "null");
+    for (const auto& [text, low, high, expected] : {std::tuple{"500", 2, 100, 100}, {"-7", 2, 100, 2},
+                                                    {"42abc", 2, 100, 42}, {"", -1, 300, 0}, {"junk", 2, 100, 2}})
+        EXPECT_EQ(gf_readInt(text, low, high), expected) << text;
+    // MAX_FIT counts half hours less one.
+    EXPECT_FLOAT_EQ(gf_maxFitHours(47), 24.0f);
+    EXPECT_FLOAT_EQ(gf_maxFitHours(0), 0.5f);
+    EXPECT_FLOAT_EQ(gf_maxFitHours(5), 3.0f);
 }
 
 TEST_F(ParametersTest, MissingFileGivesEveryDefaultWithoutFolderEntries)
@@ -76,13 +75,9 @@ TEST_F(ParametersTest, MissingFileGivesEveryDefaultWithoutFolderEntries)
 
 TEST_F(ParametersTest, ValuesAreReadClampedAndEmptyFolderEntriesRemoved)
 {
-    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/>
-<parameter name="LATERAL_RANGE" value="500"/>
-<parameter name="LOG" value="no"/>
-<parameter name="ALWAYS_ON_TOP" value="yes"/>
-<parameter name="MAX_FIT" value="0"/>
-<parameter name="lfolder2" value="/liveries"/>
-<parameter name="lfolder3" value=""/>
+    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/><parameter name="LATERAL_RANGE" value="500"/>
+<parameter name="LOG" value="no"/><parameter name="ALWAYS_ON_TOP" value="yes"/><parameter name="MAX_FIT" value="0"/>
+<parameter name="lfolder2" value="/liveries"/><parameter name="lfolder3" value=""/>
 <parameter name="SOMETHING_ELSE" value="kept"/>
 )");
     lf_readParameters(gf_parameterLists());
@@ -97,31 +92,21 @@ TEST_F(ParametersTest, ValuesAreReadClampedAndEmptyFolderEntriesRemoved)
     EXPECT_FALSE(SCAN_LIVERIES.value == false) << "the same version keeps the stored scan flags";
 }
 
-TEST_F(ParametersTest, UpdateFromOlderVersionForcesBothScans)
+TEST_F(ParametersTest, AnotherVersionIsStoredAndOnlyAnUpdateForcesBothScansAndDropsTheInstaller)
 {
-    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.8.12"/>
+    for (const auto& [stored, update] : {std::pair{"10.8.12", true}, {"11.0.0", false}}) {
+        writeParameters(std::string("<parameter name=\"PROGRAM_VERSION\" value=\"") + stored + R"("/>
 <parameter name="SCAN_LIVERIES" value="false"/>
 <parameter name="SCAN_AIRPORTS" value="false"/>
 )");
-    test::writeFile("install_new_version.exe", "old installer");
-    lf_readParameters(gf_parameterLists());
-    EXPECT_TRUE(SCAN_LIVERIES.value);
-    EXPECT_TRUE(SCAN_AIRPORTS.value);
-    EXPECT_EQ(storedValue("SCAN_LIVERIES"), "true");
-    EXPECT_EQ(storedValue("PROGRAM_VERSION"), "10.9.3");
-    EXPECT_FALSE(std::filesystem::exists("install_new_version.exe"));
-}
-
-TEST_F(ParametersTest, GoingBackToAnOlderVersionStoresItWithoutScans)
-{
-    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="11.0.0"/>
-<parameter name="SCAN_LIVERIES" value="false"/>
-<parameter name="SCAN_AIRPORTS" value="false"/>
-)");
-    lf_readParameters(gf_parameterLists());
-    EXPECT_FALSE(SCAN_LIVERIES.value);
-    EXPECT_FALSE(SCAN_AIRPORTS.value);
-    EXPECT_EQ(storedValue("PROGRAM_VERSION"), "10.9.3");
+        test::writeFile("install_new_version.exe", "old installer");
+        lf_readParameters(gf_parameterLists());
+        EXPECT_EQ(SCAN_LIVERIES.value, update) << stored;
+        EXPECT_EQ(SCAN_AIRPORTS.value, update) << stored;
+        EXPECT_EQ(storedValue("SCAN_LIVERIES"), update ? "true" : "false") << stored;
+        EXPECT_EQ(storedValue("PROGRAM_VERSION"), "10.9.3") << stored;
+        EXPECT_EQ(std::filesystem::exists("install_new_version.exe"), !update) << stored;
+    }
 }
 
 TEST_F(ParametersTest, DamagedFileIsReplacedByDefaults)
@@ -136,19 +121,19 @@ TEST_F(ParametersTest, DamagedFileIsReplacedByDefaults)
 TEST_F(ParametersTest, SavesFromManyThreadsAllLand)
 {
     lf_readParameters(gf_parameterLists());
-    std::vector<std::thread> savers;
-    IntParameter* targets[] = {&LATERAL_RANGE, &AIRPORT_RANGE, &AIRPORT_HEIGHT, &MAX_LIVE};
-    const int values[] = {55, 25, 30000, 150};
-    for (int k = 0; k < 4; ++k) {
-        savers.emplace_back([&, k] {
-            for (int round = 0; round < 10; ++round) {
-                targets[k]->value = values[k] - (9 - round);
-                gf_save(*targets[k]);
-            }
-        });
+    const std::pair<IntParameter*, int> targets[] = {
+        {&LATERAL_RANGE, 55}, {&AIRPORT_RANGE, 25}, {&AIRPORT_HEIGHT, 30000}, {&MAX_LIVE, 150}};
+    {
+        std::vector<std::jthread> savers;
+        for (const auto& [target, value] : targets)
+            savers.emplace_back([target, value] {
+                for (int round = 0; round < 10; ++round) {
+                    target->value = value - (9 - round);
+                    gf_save(*target);
+                }
+            });
     }
-    for (auto& t : savers) t.join();
-    for (int k = 0; k < 4; ++k) EXPECT_EQ(storedValue(targets[k]->name), std::to_string(values[k]));
+    for (const auto& [target, value] : targets) EXPECT_EQ(storedValue(target->name), std::to_string(value));
 }
 
 TEST_F(ParametersTest, WindowPositionOnALimitFallsBackToDefault)
@@ -158,13 +143,6 @@ TEST_F(ParametersTest, WindowPositionOnALimitFallsBackToDefault)
 )");
     EXPECT_EQ(gf_readWindowPosition(MAIN_WINDOW_X), 400);
     EXPECT_EQ(gf_readWindowPosition(MAIN_WINDOW_Y), 300);
-}
-
-TEST(MaxFit, HalfHoursLessOneToHours)
-{
-    EXPECT_FLOAT_EQ(gf_maxFitHours(47), 24.0f);
-    EXPECT_FLOAT_EQ(gf_maxFitHours(0), 0.5f);
-    EXPECT_FLOAT_EQ(gf_maxFitHours(5), 3.0f);
 }
 
 } // namespace

@@ -270,7 +270,8 @@ TEST_F(Creation, AnAircraftWithoutLiveryIsKeptInTheUnmatchedList)
     gf_clearUnmatchedFlights();
     EXPECT_TRUE(noLiverySet.empty());
     const std::string text = log.text();
-    EXPECT_EQ(text.find("No match found for"), text.rfind("No match found for")) << "reported lists are not reported again";
+    EXPECT_EQ(text.find("No match found for"), text.rfind("No match found for"))
+        << "reported lists are not reported again";
 }
 
 TEST_F(Creation, TheExitReportsTheUnmatchedListBeforeItIsEmptied)

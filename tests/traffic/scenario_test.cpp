@@ -506,7 +506,8 @@ protected:
     /// Adds FLIGHT made from PATH, its lines starting AFTER ticks into the run.
     void fly(const Flight& FLIGHT, const std::vector<PathState>& PATH, std::int32_t AFTER = 0)
     {
-        harness.add(lf_sampleFlight(PATH, gf_testIdentity(FLIGHT.hexid, FLIGHT.callsign), firstTick + AFTER, FLIGHT.seed));
+        const TrafficLine identity = gf_testIdentity(FLIGHT.hexid, FLIGHT.callsign);
+        harness.add(lf_sampleFlight(PATH, identity, firstTick + AFTER, FLIGHT.seed));
     }
     std::string phases(const Flight& FLIGHT) { return lf_phases(harness.samples(FLIGHT.hexid)); }
     Harness harness;
