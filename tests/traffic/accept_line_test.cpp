@@ -69,7 +69,7 @@ TEST_F(AcceptLineTest, DropRulesForGapsAndSlowStraightPoints)
         double lastSpeed, lastAlt, time, speed, alt, track;
         bool kept;
     } cases[] = {
-        {"gap of one second", 200, 5000, 101, 200, 5000, 0, false},
+        {"gap of one second", 200, 5000, 101, 200, 5000, 5, false},
         {"ten times faster", 20, 0, 110, 200, 0, 0, false},
         {"ten times slower", 200, 0, 110, 20, 0, 0, false},
         {"fast straight airborne within 450 m", 200, 5000, 104, 200, 5000, 0.5, false},
