@@ -203,6 +203,21 @@ TEST_F(Creation, TheGatesOfAWaitingRecord)
     }
 }
 
+TEST_F(Creation, ALineMakesAWaitingRecordUnlessItsFlightIsThereUnderAnotherHexid)
+{
+    TrafficLine line;
+    line.hexid = firstHexid;
+    line.callsign = "KLM123";
+    line.icaoType = "B738";
+    line.point = airPoints().front();
+    lf_acceptLine(line);
+    ASSERT_NE(find(firstHexid), nullptr);
+    EXPECT_EQ(find(firstHexid)->state, ActState::waiting);
+    line.hexid = firstHexid + 1;
+    lf_acceptLine(line);
+    EXPECT_EQ(find(firstHexid + 1), nullptr);
+}
+
 TEST_F(Creation, MaxLiveLetsANearerAircraftReplaceTheFarthest)
 {
     maxLive = 1;

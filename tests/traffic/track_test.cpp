@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace orv::test {
 namespace {
 
@@ -106,43 +108,32 @@ TEST_F(TrackTest, TheTwoHundredAndFirstPointRemovesTheAircraft)
 
 TEST_F(TrackTest, AHoldThatEndsWithAJumpRemovesTheAircraft)
 {
-    struct Case {
-        double metres;
-        bool removed;
-    } cases[] = {{100, false}, {HOLDING_THRESHOLD_METERS.value + 20.0, true}};
-    for (const Case& c : cases) {
+    for (const auto& [metres, removed] : {std::pair{100.0, false}, {HOLDING_THRESHOLD_METERS.value + 20.0, true}}) {
         gf_resetEngine(now);
         act& r = gf_activeRecord(6, 0, 0, true, Phase::moving, now);
         r.holding = true;
         r.holdStartTick = now - 100;
-        lf_addTrackPoint(r, gf_pointAt(0, c.metres, 10, now + 300));
-        EXPECT_EQ(r.state == ActState::removing, c.removed) << c.metres;
+        lf_addTrackPoint(r, gf_pointAt(0, metres, 10, now + 300));
+        EXPECT_EQ(r.state == ActState::removing, removed) << metres;
     }
 }
 
 TEST_F(TrackTest, ShortStopsAndCreepingAreThinnedLongStopsStay)
 {
-    struct Case {
-        const char* why;
-        std::int32_t stopTicks;
-        double nextMetres;
-        std::size_t size;
-    } cases[] = {
-        {"a stop of 20 s, then away", 2000, 50, 5},
-        {"a stop of 12 s", 1200, 50, 4},
-        {"a long stop, then a creep of 20 m", 2000, 20, 4},
-    };
-    for (const Case& c : cases) {
+    // the stop's length in ticks, the metres to the next point, the points kept
+    for (const auto& [why, stopTicks, nextMetres, size] :
+         {std::tuple{"a stop of 20 s, then away", 2000, 50.0, 5u}, {"a stop of 12 s", 1200, 50.0, 4u},
+          {"a long stop, then a creep of 20 m", 2000, 20.0, 4u}}) {
         gf_resetEngine(now);
         act& r = gf_activeRecord(7, 0, -100, true, Phase::moving, now);
         r.track.front().groundSpeed = 10;
         lf_addTrackPoint(r, gf_pointAt(0, 0, 5, now + 1000));
-        lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 1000 + c.stopTicks / 2));
-        lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 1000 + c.stopTicks));
-        ASSERT_EQ(r.track.size(), 4u) << c.why;
-        lf_addTrackPoint(r, gf_pointAt(0, c.nextMetres, 5, now + 1000 + c.stopTicks + 800));
-        EXPECT_EQ(r.track.size(), c.size) << c.why;
-        EXPECT_TRUE(r.track[2].stationary) << c.why << ": one point of the stop stays";
+        lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 1000 + stopTicks / 2));
+        lf_addTrackPoint(r, gf_pointAt(0, 0, 0, now + 1000 + stopTicks));
+        ASSERT_EQ(r.track.size(), 4u) << why;
+        lf_addTrackPoint(r, gf_pointAt(0, nextMetres, 5, now + 1000 + stopTicks + 800));
+        EXPECT_EQ(r.track.size(), size) << why;
+        EXPECT_TRUE(r.track[2].stationary) << why << ": one point of the stop stays";
     }
 }
 
@@ -253,9 +244,7 @@ TEST(TrackQueue, InsertEraseTruncateAndCopy)
     for (int i = 0; i < 40; ++i) q.push_back(lf_point(i * 10));
     q.pop_front();
     q.insert(1, lf_point(15));
-    EXPECT_EQ(q[0].dueTick, 10);
-    EXPECT_EQ(q[1].dueTick, 15);
-    EXPECT_EQ(q[2].dueTick, 20);
+    EXPECT_EQ((std::array{q[0].dueTick, q[1].dueTick, q[2].dueTick}), (std::array{10, 15, 20}));
     q.erase(1, 3);
     EXPECT_EQ(q[1].dueTick, 30);
     EXPECT_EQ(q.size(), 38u);
