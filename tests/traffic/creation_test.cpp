@@ -14,6 +14,7 @@
 #include "traffic/engine.h"
 #include "core/geometry.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -337,14 +338,9 @@ TEST_F(Creation, TwentyRefusedTitlesEndTheRunWithError81)
 {
     for (int k = 0; k < 19; ++k) gf_addFailedTitle("refused " + std::to_string(k));
     update(waiting(firstHexid, airPoints()));
-    try {
-        lf_createFailed(*find(firstHexid));
-        FAIL() << "no exception";
-    } catch (const UserErrorException& e) {
-        EXPECT_EQ(e.code, 81);
-        EXPECT_NE(std::string(e.what()).find("there are too many liveries that could not be created by MSFS!, see Log.txt"),
-                  std::string::npos);
-    }
+    EXPECT_THAT([] { lf_createFailed(*find(firstHexid)); },
+                ::testing::ThrowsMessage<UserErrorException>(
+                    "81: there are too many liveries that could not be created by MSFS!, see Log.txt"));
     EXPECT_TRUE(logHas("\n===> Error 81, there are too many liveries that could not be created by MSFS!\n"));
 }
 
