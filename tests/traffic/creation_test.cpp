@@ -229,6 +229,7 @@ TEST_F(Creation, MaxLiveLetsANearerAircraftReplaceTheFarthest)
     EXPECT_EQ(find(firstHexid + 9)->state, ActState::active);
     // 0.2 nm nearer: the farthest goes and the new one comes.
     update(waiting(firstHexid + 1, airPoints(0, 0.2 * metresPerNm), "KLM456"));
+    ASSERT_NE(find(firstHexid + 1), nullptr);
     EXPECT_EQ(find(firstHexid + 1)->state, ActState::creating);
     EXPECT_EQ(find(firstHexid + 9)->state, ActState::removing);
 }

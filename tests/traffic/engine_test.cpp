@@ -36,7 +36,9 @@ TEST_F(EngineTest, RemovalWhileCreatingWaitsForTheObject)
     // The object arrives and settles: now it is removed for real.
     r.objectId = 321;
     lf_settle(r);
-    for (int i = 0; i <= 200; ++i) lf_drainMessages();
+    for (int i = 0; i < 200; ++i) lf_drainMessages();
+    EXPECT_EQ(r.state, ActState::creating) << "it settles for two seconds";
+    lf_drainMessages();
     EXPECT_EQ(r.state, ActState::removing);
     ASSERT_EQ(removeQueue.size(), 1u);
     EXPECT_EQ(removeQueue.front(), 321u);

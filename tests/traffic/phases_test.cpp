@@ -177,11 +177,18 @@ TEST_F(PhasesTest, RotationIsOneChoiceOfThree)
     }
 }
 
-TEST_F(PhasesTest, TakingOffBecomesFlyingAboveEightHundredFeet)
+TEST_F(PhasesTest, TakingOffClimbsInStagesAndFliesAboveEightHundredFeet)
 {
     act& r = lf_rolling(6, {lf_climbing(2000, 160, 1500, 3000, now + 3000)});
     r.altStep = r.maxAltRate;
     lf_tookOff(r);
+    const double ground = r.altitude;
+    for (int i = 0; i < r.rotateTicks; ++i) lf_integrateTakingOff(r);
+    EXPECT_FALSE(r.onGround);
+    EXPECT_NEAR(r.pitch, r.rotatePitch, 1e-9);
+    EXPECT_DOUBLE_EQ(r.altitude, ground) << "no climb while rotating";
+    for (int i = 0; i < 100; ++i) lf_integrateTakingOff(r);
+    EXPECT_NEAR(r.altitude - ground, 99 * 0.1 * r.maxAltRate, 1e-6) << "a tenth of the step for the first second";
     r.agl = 790;
     for (int i = 0; i < 2000; ++i) lf_integrateTakingOff(r);
     EXPECT_EQ(r.phase, Phase::takingOff) << "below 800 ft it goes on climbing out";
