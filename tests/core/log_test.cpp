@@ -1,4 +1,5 @@
-// The log, the message area and the text helpers.
+// The log, the message area and the text helpers. (The conversions of text are
+// tested with their invalid forms in text_files_test.)
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/text_files.h"
@@ -104,19 +105,6 @@ TEST(Encoding, DetectedFromTheFirstTwoBytes)
         EXPECT_EQ(gf_detectEncoding("file.cfg"), expected) << "bytes of size " << bytes.size();
     }
     EXPECT_EQ(gf_detectEncoding("missing.cfg"), 5);
-}
-
-TEST(Encoding, Utf16BothOrdersWithSurrogatesToUtf8)
-{
-    // "é€𝄞" as UTF-16: U+00E9, U+20AC, U+1D11E (a surrogate pair).
-    const std::string little("\xFF\xFE\xE9\x00\xAC\x20\x34\xD8\x1E\xDD", 10);
-    const std::string big("\xFE\xFF\x00\xE9\x20\xAC\xD8\x34\xDD\x1E", 10);
-    const std::string expected = "\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E";
-    EXPECT_EQ(gf_utf16ToUtf8(little, false), expected);
-    EXPECT_EQ(gf_utf16ToUtf8(big, true), expected);
-    EXPECT_THROW(gf_utf16ToUtf8(std::string("\x34\xD8\x41\x00", 4), false), Utf8ConversionException);
-    EXPECT_EQ(gf_wideToUtf8(gf_utf8ToWide(expected)), expected);
-    EXPECT_THROW(gf_utf8ToWide("\xC3"), Utf8ConversionException);
 }
 
 TEST(TextFiles, ReadLinesEmptyFolderAndKeepOlderCopies)

@@ -42,24 +42,17 @@ TEST_F(ScheduleTest, DueTimeStaysWithinTheSlackOfTheData)
 
 TEST_F(ScheduleTest, APredictedLegPastTheTickRangeThrowsInsteadOfWrapping)
 {
-    struct Case {
-        double ticks;
-        bool fits;
-    } cases[] = {
-        {double(INT32_MAX - now), true},
-        {double(INT32_MAX - now) + 1, false},
-        {1e15, false},
-    };
-    for (const Case& c : cases) {
+    const double last = INT32_MAX - now; // the leg that ends on the last tick
+    for (const auto& [ticks, fits] : {std::pair{last, true}, {last + 1, false}, {1e15, false}}) {
         gf_resetEngine(now);
         act& r = gf_activeRecord(1, 0, 0, true, Phase::moving, now);
         r.predictedPoints = 1;
         r.track.push_back(gf_pointAt(0, 100, 10, now + 2000));
-        if (c.fits) {
-            lf_setDue(r, c.ticks);
+        if (fits) {
+            lf_setDue(r, ticks);
             EXPECT_EQ(r.track[1].dueTick, INT32_MAX);
         } else {
-            EXPECT_THROW(lf_setDue(r, c.ticks), gsl::narrowing_error) << c.ticks;
+            EXPECT_THROW(lf_setDue(r, ticks), gsl::narrowing_error) << ticks;
             EXPECT_EQ(r.track[1].dueTick, now + 2000) << "left as it was";
         }
     }
