@@ -48,9 +48,7 @@ struct Made {
     std::vector<char> bytes;
     template <typename T>
     T& as() { return *reinterpret_cast<T*>(bytes.data()); }
-    SIMCONNECT_RECV* rec() { return reinterpret_cast<SIMCONNECT_RECV*>(bytes.data()); }
-    DWORD size() const { return static_cast<DWORD>(bytes.size()); }
-    void dispatchIt() { dispatch(rec(), size(), nullptr); }
+    void dispatchIt() { dispatch(reinterpret_cast<SIMCONNECT_RECV*>(bytes.data()), DWORD(bytes.size()), nullptr); }
 };
 
 template <typename T>
@@ -58,16 +56,16 @@ Made makeRecord(DWORD ID, std::size_t EXTRA = 0)
 {
     Made m;
     m.bytes.assign(sizeof(T) + EXTRA, 0);
-    auto& r = m.as<T>();
-    r.dwSize = static_cast<DWORD>(m.bytes.size());
-    r.dwID = ID;
+    m.as<T>().dwSize = static_cast<DWORD>(m.bytes.size());
+    m.as<T>().dwID = ID;
     return m;
 }
 
-/// A data record whose block is DATA.
-inline Made makeData(DWORD ID, DWORD REQUEST, DWORD OBJECT, const std::string& DATA)
+/// A data record (by object, or by type with BY_TYPE) of REQUEST whose block is DATA.
+inline Made makeData(DWORD REQUEST, DWORD OBJECT, const std::string& DATA, bool BY_TYPE = false)
 {
-    Made m = makeRecord<SIMCONNECT_RECV_SIMOBJECT_DATA>(ID, DATA.size());
+    Made m = makeRecord<SIMCONNECT_RECV_SIMOBJECT_DATA>(
+        BY_TYPE ? SIMCONNECT_RECV_ID_SIMOBJECT_DATA_BYTYPE : SIMCONNECT_RECV_ID_SIMOBJECT_DATA, DATA.size());
     auto& d = m.as<SIMCONNECT_RECV_SIMOBJECT_DATA>();
     d.dwRequestID = REQUEST;
     d.dwObjectID = OBJECT;
@@ -76,40 +74,22 @@ inline Made makeData(DWORD ID, DWORD REQUEST, DWORD OBJECT, const std::string& D
     return m;
 }
 
+/// The bytes of VALUE, as a data block holds them.
 template <typename T>
-void put(std::string& OUT, T VALUE)
-{
-    OUT.append(reinterpret_cast<const char*>(&VALUE), sizeof VALUE);
-}
+std::string bytesOf(T VALUE) { return std::string(reinterpret_cast<const char*>(&VALUE), sizeof VALUE); }
 
-/// The by-type block of definition 404.
-inline std::string inRangeBlock(double AGL, double GROUND, std::int64_t ON_GROUND, const std::string& ATC_ID)
+/// The by-type reply of an aircraft in range: height above ground, ground, on ground, ATC ID.
+inline void inRangeReply(DWORD OBJECT, double AGL, double GROUND, std::int64_t ON_GROUND, const std::string& ATC_ID)
 {
-    std::string b;
-    put(b, AGL);
-    put(b, GROUND);
-    put(b, ON_GROUND);
     std::string id = ATC_ID.substr(0, 31);
     id.resize(32, '\0');
-    return b + id;
-}
-
-inline Made makeEvent(DWORD EVENT, DWORD DATA)
-{
-    Made m = makeRecord<SIMCONNECT_RECV_EVENT>(SIMCONNECT_RECV_ID_EVENT);
-    m.as<SIMCONNECT_RECV_EVENT>().uEventID = EVENT;
-    m.as<SIMCONNECT_RECV_EVENT>().dwData = DATA;
-    return m;
+    makeData(requestInRange, OBJECT, bytesOf(AGL) + bytesOf(GROUND) + bytesOf(ON_GROUND) + id, true).dispatchIt();
 }
 
 /// Every shared flag and list of the link back to a fresh process.
 inline void resetLink()
 {
-    simRunning = false;
-    secondDataReady = false;
-    exitInProgress = false;
-    userClosed = false;
-    restartPending = false;
+    simRunning = secondDataReady = exitInProgress = userClosed = restartPending = false;
     simNotConnected = true;
     exitReason = NOT_YET_SET;
     gf_clearSimQueues();
@@ -124,6 +104,7 @@ inline void resetLink()
 class LinkTest : public ::testing::Test {
 protected:
     TempDir dir;
+    std::vector<SimMessage> messages; ///< every message taken so far
 
     void SetUp() override
     {
@@ -140,27 +121,15 @@ protected:
         gf_stopClientThread(true);
         EXPECT_TRUE(eventually([] { return !gf_finalExitRunning(); }));
         sleepScale = 1.0;
-        {
-            std::lock_guard lock(logMutex);
-            logStream.close();
-        }
+        gf_closeLog();
         resetLink();
     }
-    std::vector<SimMessage> messages;
-    /// Takes the waiting messages into `messages`; answers how many there are of KIND.
-    std::size_t take(MessageKind KIND)
+    /// Takes the waiting messages into `messages`; answers those of KIND taken so far.
+    std::vector<SimMessage> take(MessageKind KIND)
     {
-        std::vector<SimMessage> now;
+        std::vector<SimMessage> now, out;
         gf_takeMessages(now);
         messages.insert(messages.end(), now.begin(), now.end());
-        std::size_t n = 0;
-        for (const auto& m : messages)
-            if (m.kind == KIND) ++n;
-        return n;
-    }
-    std::vector<SimMessage> of(MessageKind KIND) const
-    {
-        std::vector<SimMessage> out;
         for (const auto& m : messages)
             if (m.kind == KIND) out.push_back(m);
         return out;

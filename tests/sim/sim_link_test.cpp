@@ -1,7 +1,6 @@
-// The simulator link against a real tavo-sim process: waiting for it,
-// connecting, the flight's state, creation with pairing by ATC ID and freeze,
-// refusal, removal, positions and events at the frame, teleport and the third
-// request failure.
+// The simulator link against a real tavo-sim process: connecting, the flight's state, creation paired by ATC ID
+// and frozen, refusal, removal, positions and events at the frame, and the restarts (teleport, a new flight, the
+// third request failure).
 #include "tests/sim/sim_link_support.h"
 #include "tests/standin/sim_process.h"
 
@@ -9,81 +8,79 @@
 #include "feed/feed.h"
 #include "traffic/motion.h"
 
-#include <cmath>
 #include <numbers>
+#include <set>
 
 namespace orv::test {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using enum MessageKind;
+
 constexpr std::uint32_t liveId = 0xA1B2C3;
 constexpr std::uint32_t staticId = 4711;
+const std::string knownTitle = "Airbus A320 Test";
 
 class LinkWithSim : public LinkTest {
 protected:
-    std::unique_ptr<SimProcess> sim;
+    std::unique_ptr<SimProcess> sim; ///< outlives the client thread, which TearDown stops
 
     /// Starts the simulator and the client thread, and waits as the start-up
     /// does until the flight runs and the user's position is known.
-    void connect(std::vector<std::string> ARGS)
+    void connect(std::vector<std::string> ARGS = {})
     {
+        ARGS.insert(ARGS.begin(), {"--user", "47.0,8.0"});
         sim = std::make_unique<SimProcess>(dir.path(), std::move(ARGS));
         sim->writeConfig(dir.path());
         aiRequestRadius = 20'000;
         gf_startClientThread();
         ASSERT_TRUE(eventually([] { return simRunning.load(); }));
-        {
-            std::lock_guard lock(simLock);
-            ASSERT_TRUE(gf_requestSimOnGround());
-        }
-        ASSERT_TRUE(eventually([] {
-            ownPosition = gf_requestUserPosition();
-            return userGroundKnown && !gf_isNoPosition(ownPosition.lat, ownPosition.lon);
-        }));
-    }
-    void TearDown() override
-    {
-        gf_stopClientThread(true);
-        sim.reset();
-        LinkTest::TearDown();
+        ASSERT_TRUE([] { std::lock_guard lock(simLock); return gf_requestSimOnGround(); }()); // the start-up's
+        ASSERT_TRUE(pumpUntil([] { return userGroundKnown.load(); })); // known once there is a position
     }
     /// What the engine does each pass, as far as the link sees it: the
-    /// aircraft-in-range request and the messages.
-    bool pumpUntil(const std::function<bool()>& DONE)
+    /// requests for aircraft in range and the user's position.
+    static bool pumpUntil(const std::function<bool()>& DONE)
     {
         return eventually([&] {
             gf_requestAircraftInRange(aiRequestRadius);
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            take(MessageKind::liveCreated);
+            gf_requestUserPosition();
             return DONE();
         });
     }
-    CreateRequest request(std::uint32_t ID, const std::string& TITLE, const std::string& TAIL, double ALT)
+    static CreateRequest request(std::uint32_t ID, const std::string& TAIL, const std::string& TITLE = knownTitle)
     {
-        CreateRequest r;
-        r.id = ID;
-        r.title = TITLE;
-        r.tail = TAIL;
-        r.position = {47.001, 8.001};
-        r.altitudeFt = ALT;
-        r.headingRad = kPi / 2;
-        r.onGround = false;
-        return r;
+        return CreateRequest{ID, TITLE, TAIL, {47.001, 8.001}, 1200, std::numbers::pi / 2, 0, 0, false};
     }
-    /// Creates a live aircraft and answers its object id.
-    std::uint32_t createLive(const std::string& TAIL, double ALT = 1200)
+    /// Creates a live aircraft; answers its object id once its freeze went out.
+    std::uint32_t createLive(const std::string& TAIL)
     {
-        gf_queueCreate(request(liveId, "Airbus A320 Test", TAIL, ALT));
-        const std::size_t before = of(MessageKind::liveCreated).size();
-        EXPECT_TRUE(pumpUntil([&] { return of(MessageKind::liveCreated).size() > before; }));
-        return of(MessageKind::liveCreated).empty() ? 0 : of(MessageKind::liveCreated).back().objectId;
+        gf_queueCreate(request(liveId, TAIL));
+        std::vector<SimMessage> created;
+        EXPECT_TRUE(pumpUntil([&] { return !(created = take(liveCreated)).empty(); }));
+        const std::uint32_t object = created.empty() ? 0 : created[0].objectId;
+        EXPECT_TRUE(eventually([&] { return events(object).size() == 3; }));
+        return object;
     }
-    std::vector<nlohmann::json> lines(const std::string& KIND, std::uint32_t OBJECT)
+    std::vector<nlohmann::json> lines(const std::string& KIND, std::uint32_t OBJECT) const
     {
         std::vector<nlohmann::json> out;
         for (const auto& l : linesOf(sim->recording(), KIND))
             if (l["objectId"] == OBJECT) out.push_back(l);
         return out;
+    }
+    /// The client events the simulator recorded for OBJECT: name and data.
+    std::vector<std::pair<std::string, int>> events(std::uint32_t OBJECT) const
+    {
+        std::vector<std::pair<std::string, int>> out;
+        for (const auto& e : lines("event", OBJECT)) out.emplace_back(e["name"], e["data"]);
+        return out;
+    }
+    /// Waits until the restart after SECONDS was announced and the exit is over.
+    static void expectRestartAfter(int SECONDS)
+    {
+        const std::string text = "Restarting after " + std::to_string(SECONDS) + " seconds";
+        EXPECT_TRUE(pumpUntil([&] { return countInLog(text) == 1 && !gf_finalExitRunning(); })) << text;
+        EXPECT_EQ(exitReason, RESTART);
     }
 };
 
@@ -98,8 +95,6 @@ TEST_F(LinkTest, WithoutSimulatorItWaitsAndConnectsWhenOneComes)
     SimProcess sim(dir.path(), {"--user", "47.0,8.0"}, false, port);
     ASSERT_TRUE(eventually([] { return simRunning.load(); }));
     EXPECT_FALSE(simNotConnected);
-    EXPECT_TRUE(simConnected);
-    EXPECT_EQ(gf_simName(), "MSFS 2020 (11.0.282174.999)");
     EXPECT_EQ(countInLog("Waiting for MSFS 2020 ..."), 1); // once, however many tries
     EXPECT_EQ(countInLog("MSFS 2020 (11.0.282174.999) connected "), 1);
 }
@@ -111,27 +106,20 @@ TEST_F(LinkTest, SimulatorOfTheOtherGenerationEndsTheClientWithError71)
     gf_startClientThread();
     ASSERT_TRUE(eventually([] { return !gf_clientThreadAlive(); }));
     std::lock_guard lock(statusMutex);
-    EXPECT_EQ(errorText.rfind("71: MSFS 2024 is running", 0), 0u) << errorText;
+    EXPECT_EQ(errorText, "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of TAVO");
     EXPECT_FALSE(simRunning);
     EXPECT_FALSE(exitInProgress); // the user answers; the session is not ended here
 }
 
-TEST_F(LinkWithSim, PauseStopsTheFlightAndRunContinuesIt)
+TEST_F(LinkWithSim, PauseRunAndQuitOnlyStopAndContinueTheFlight)
 {
-    connect({"--user", "47.0,8.0"});
-    ASSERT_TRUE(eventually([] { return secondDataReady.exchange(false); }));
+    connect();
     sim->control("pause");
     ASSERT_TRUE(eventually([] { return !simRunning; }));
     sim->control("run");
     ASSERT_TRUE(eventually([] { return simRunning.load(); }));
     secondDataReady = false;
     ASSERT_TRUE(eventually([] { return secondDataReady.load(); })); // the tick comes back in the same session
-    EXPECT_FALSE(exitInProgress);
-}
-
-TEST_F(LinkWithSim, QuitLeavesTheFlightNotRunning)
-{
-    connect({"--user", "47.0,8.0"});
     sim->control("quit");
     ASSERT_TRUE(eventually([] { return !simRunning; }));
     EXPECT_TRUE(gf_clientThreadAlive()); // it keeps dispatching until the session ends
@@ -140,138 +128,123 @@ TEST_F(LinkWithSim, QuitLeavesTheFlightNotRunning)
 
 TEST_F(LinkWithSim, CreationIsPairedByAtcIdReleasedAndFrozen)
 {
-    connect({"--user", "47.0,8.0", "--ground", "1000"});
-    gf_queueCreate(request(liveId, "Airbus A320 Test", "TVO123", 1200));
-    gf_queueCreate(request(staticId, "Boeing 737 Test", "PARK1*", 1010));
-    ASSERT_TRUE(pumpUntil([&] { return take(MessageKind::staticCreated) == 1 && take(MessageKind::liveCreated) == 1; }));
-    const SimMessage live = of(MessageKind::liveCreated)[0], parked = of(MessageKind::staticCreated)[0];
+    connect({"--ground", "1000"});
+    gf_queueCreate(request(liveId, "TVO123"));
+    gf_queueCreate(request(staticId, "PARK1*"));
+    ASSERT_TRUE(pumpUntil([&] { return take(staticCreated).size() + take(liveCreated).size() == 2; }));
+    const SimMessage live = take(liveCreated).at(0), parked = take(staticCreated).at(0);
     EXPECT_EQ(live.id, liveId);
     EXPECT_NEAR(live.value2, 200.0, 1e-6); // its height above the ground
     EXPECT_EQ(parked.id, staticId);
     EXPECT_EQ(parked.value2, 0.0);
-
-    const auto created = linesOf(sim->recording(), "created");
-    ASSERT_EQ(created.size(), 2u);
-    for (const auto& c : created) {
-        const std::uint32_t object = c["objectId"];
-        EXPECT_EQ(object, c["tail"] == "TVO123" ? live.objectId : parked.objectId);
-        EXPECT_NEAR(c["heading"].get<double>(), kPi / 2, 1e-9);
+    for (const auto& c : linesOf(sim->recording(), "created")) {
+        EXPECT_EQ(c["objectId"], c["tail"] == "TVO123" ? live.objectId : parked.objectId);
+        EXPECT_NEAR(c["heading"].get<double>(), std::numbers::pi / 2, 1e-9);
     }
     // Released and frozen within the turn of the pairing; the freeze goes at the next frame.
+    const std::vector<std::pair<std::string, int>> freeze = {
+        {"FREEZE_LATITUDE_LONGITUDE_SET", 1}, {"FREEZE_ALTITUDE_SET", 1}, {"FREEZE_ATTITUDE_SET", 1}};
     for (const std::uint32_t object : {live.objectId, parked.objectId}) {
-        ASSERT_TRUE(eventually([&] { return lines("event", object).size() == 3; })) << object;
+        ASSERT_TRUE(eventually([&] { return events(object).size() == 3; })) << object;
+        EXPECT_EQ(events(object), freeze);
         EXPECT_EQ(lines("release", object).size(), 1u);
-        const auto events = lines("event", object);
-        EXPECT_EQ(events[0]["name"], "FREEZE_LATITUDE_LONGITUDE_SET");
-        EXPECT_EQ(events[1]["name"], "FREEZE_ALTITUDE_SET");
-        EXPECT_EQ(events[2]["name"], "FREEZE_ATTITUDE_SET");
-        for (const auto& e : events) EXPECT_EQ(e["data"], 1);
     }
-    // Each creation is announced once.
-    pumpUntil([&] { return true; });
-    EXPECT_EQ(take(MessageKind::liveCreated), 1u);
-    EXPECT_EQ(take(MessageKind::staticCreated), 1u);
+    pumpUntil([] { return true; }); // each creation is announced once
+    EXPECT_EQ(take(liveCreated).size() + take(staticCreated).size(), 2u);
 }
 
-TEST_F(LinkWithSim, UnknownTitleIsRefusedWithMessage6)
+TEST_F(LinkWithSim, RefusedCreationsEndWithMessage6ByTheirSendId)
 {
-    writeFile(dir / "titles.txt", "Airbus A320 Test\n");
-    connect({"--user", "47.0,8.0", "--titles", (dir / "titles.txt").string()});
-    gf_queueCreate(request(liveId, "Nobody Has This Livery", "NOPE1", 1000));
-    gf_queueCreate(request(staticId, "Nor This One", "NOPE2*", 10));
-    ASSERT_TRUE(pumpUntil([&] { return take(MessageKind::createFailed) == 2; }));
-    std::set<std::uint32_t> ids;
-    for (const auto& m : of(MessageKind::createFailed)) ids.insert(m.id);
-    EXPECT_EQ(ids, (std::set<std::uint32_t>{liveId, staticId}));
+    writeFile(dir / "titles.txt", knownTitle + "\n");
+    connect({"--titles", (dir / "titles.txt").string(), "--max-objects", "2"});
+    gf_queueCreate(request(liveId, "OK1"));
+    gf_queueCreate(request(staticId, "NOPE1*", "Nobody Has This Livery"));
+    gf_queueCreate(request(liveId + 1, "OK2"));
+    gf_queueCreate(request(liveId + 2, "FULL1")); // the third object
+    ASSERT_TRUE(pumpUntil([&] { return take(createFailed).size() + take(liveCreated).size() == 4; }));
+    std::set<std::uint32_t> failed, created;
+    for (const auto& m : take(createFailed)) failed.insert(m.id);
+    for (const auto& m : take(liveCreated)) created.insert(m.id);
+    EXPECT_EQ(failed, (std::set<std::uint32_t>{staticId, liveId + 2}));
+    EXPECT_EQ(created, (std::set<std::uint32_t>{liveId, liveId + 1}));
     EXPECT_TRUE(createsInFlight.empty());
-    EXPECT_EQ(take(MessageKind::liveCreated), 0u);
-}
-
-TEST_F(LinkWithSim, TheObjectLimitIsReportedAndRefused)
-{
-    connect({"--user", "47.0,8.0", "--max-objects", "1"});
-    createLive("FIRST1");
-    gf_queueCreate(request(liveId + 1, "Airbus A320 Test", "SECOND", 1000));
-    ASSERT_TRUE(pumpUntil([&] { return take(MessageKind::createFailed) == 1; }));
-    EXPECT_EQ(of(MessageKind::createFailed)[0].id, liveId + 1);
     EXPECT_GE(countInLog("SimConnect: too many objects (max 1000)"), 1);
 }
 
-TEST_F(LinkWithSim, RemovalEndsWithMessage2)
+TEST_F(LinkWithSim, RemovalEndsWithMessage2AndTheUserIsNeverRemoved)
 {
-    connect({"--user", "47.0,8.0"});
+    connect();
     const std::uint32_t object = createLive("REM123");
-    ASSERT_NE(object, 0u);
     gf_queueRemove(object);
-    gf_queueRemove(1); // the user aircraft is never removed
-    ASSERT_TRUE(pumpUntil([&] { return take(MessageKind::removed) == 1; }));
-    EXPECT_EQ(of(MessageKind::removed)[0].objectId, object);
+    gf_queueRemove(0);
+    gf_queueRemove(1); // the user aircraft
+    // Removals leave at most ten a second: the last is through once the user's is logged.
+    const std::string user = "call to remove AI ac with objectId 1";
+    ASSERT_TRUE(pumpUntil([&] { return !take(removed).empty() && countInLog(user) == 1; }));
+    EXPECT_EQ(take(removed).size(), 1u);
+    EXPECT_EQ(take(removed)[0].objectId, object);
     EXPECT_EQ(lines("removed", object).size(), 1u);
-    EXPECT_TRUE(linesOf(sim->recording(), "remove").size() == 1u);
-    // Removals leave at most ten a second: the second one follows.
-    EXPECT_TRUE(pumpUntil([&] { return countInLog("!Simconnect call to remove AI ac with objectId 1") == 1; }));
+    EXPECT_EQ(linesOf(sim->recording(), "remove").size(), 1u);
+    EXPECT_EQ(countInLog("call to remove AI ac with objectId 0"), 1);
 }
 
 TEST_F(LinkWithSim, PositionsGoOutAtTheFrameButNeverToTheUser)
 {
-    connect({"--user", "47.0,8.0"});
+    connect();
     const std::uint32_t object = createLive("POS123");
-    ASSERT_NE(object, 0u);
     const PositionUpdate pose{47.01, 8.02, -0.03, 0.1, 2.5, 3300.0, -12.0, 180.0, object};
     gf_appendPosition(PositionUpdate{10, 10, 0, 0, 0, 100, 0, 0, 1});
     gf_appendPosition(pose);
     lf_swapPositions();
     ASSERT_TRUE(eventually([&] { return !lines("position", object).empty(); }));
     const auto p = lines("position", object)[0];
-    EXPECT_DOUBLE_EQ(p["lat"].get<double>(), pose.lat);
-    EXPECT_DOUBLE_EQ(p["lon"].get<double>(), pose.lon);
-    EXPECT_DOUBLE_EQ(p["pitch"].get<double>(), pose.pitch);
-    EXPECT_DOUBLE_EQ(p["bank"].get<double>(), pose.bank);
-    EXPECT_DOUBLE_EQ(p["heading"].get<double>(), pose.heading);
-    EXPECT_DOUBLE_EQ(p["alt"].get<double>(), pose.altitudeFt);
-    EXPECT_DOUBLE_EQ(p["vs"].get<double>(), pose.verticalSpeedFps);
-    EXPECT_DOUBLE_EQ(p["tas"].get<double>(), pose.airspeedKt);
+    const std::pair<const char*, double> fields[] = {
+        {"lat", pose.lat},         {"lon", pose.lon}, {"pitch", pose.pitch}, {"bank", pose.bank},
+        {"heading", pose.heading}, {"alt", pose.altitudeFt}, {"vs", pose.verticalSpeedFps}, {"tas", pose.airspeedKt}};
+    for (const auto& [key, value] : fields) EXPECT_DOUBLE_EQ(p[key].get<double>(), value) << key;
     EXPECT_TRUE(lines("position", 1).empty());
 }
 
-TEST_F(LinkWithSim, EventsKeepTheirOrderAndFlapsReleaseTwice)
+TEST_F(LinkWithSim, EventsGoOutOnChangeInOrderAndFlapsReleaseTwice)
 {
-    connect({"--user", "47.0,8.0"});
+    connect();
     const std::uint32_t object = createLive("EVT123");
-    ASSERT_NE(object, 0u);
-    ASSERT_TRUE(eventually([&] { return lines("event", object).size() == 3; })); // the freeze
     ActCore r;
     r.objectId = object;
     r.classId = 2;
-    gf_setFlaps(r, 1);
-    gf_setFlaps(r, 3);
-    gf_setThrottle(r, 4);
-    gf_setLights(object, LightSet{1, 1, 0, 0, 0, 1, 0});
-    ASSERT_TRUE(eventually([&] { return lines("event", object).size() == 3 + 3 + 7; }));
-    const auto events = lines("event", object);
-    const std::vector<std::string> names = {"FLAPS_SET", "FLAPS_SET", "THROTTLE_SET", "NAV_LIGHTS_SET",
-                                            "BEACON_LIGHTS_SET", "LANDING_LIGHTS_SET", "TAXI_LIGHTS_SET",
-                                            "STROBES_SET", "LOGO_LIGHTS_SET", "CABIN_LIGHTS_SET"};
-    for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(events[3 + i]["name"], names[i]) << i;
-    EXPECT_EQ(events[3]["data"], 3072);
-    EXPECT_EQ(events[4]["data"], 16383);
-    EXPECT_EQ(events[5]["data"], 16383);
+    // Only changes are sent; "none" is remembered, not sent, and a helicopter has no flaps and no gear.
+    for (const std::int32_t throttle : {throttleNone, 2, 2, throttleNone}) gf_setThrottle(r, throttle);
+    EXPECT_EQ(r.throttleSetting, throttleNone);
+    for (const std::int32_t flaps : {1, 1, 3}) gf_setFlaps(r, flaps);
+    gf_setGear(r, false);
+    ActCore helicopter = r;
+    helicopter.classId = 5;
+    gf_setFlaps(helicopter, 2);
+    gf_setGear(helicopter, true);
+    EXPECT_EQ(helicopter.flapsSetting, 3);
+    gf_setLights(object, LightSet{1, 0, 1, 0, 1, 0, 1}); // the last: once it is there, all are
+    ASSERT_TRUE(eventually([&] {
+        const auto sent = events(object);
+        return !sent.empty() && sent.back().first == "CABIN_LIGHTS_SET";
+    }));
+    const std::vector<std::pair<std::string, int>> expected = {
+        {"FREEZE_LATITUDE_LONGITUDE_SET", 1}, {"FREEZE_ALTITUDE_SET", 1}, {"FREEZE_ATTITUDE_SET", 1},
+        {"THROTTLE_SET", 8191}, {"FLAPS_SET", 3072}, {"FLAPS_SET", 16383}, {"GEAR_SET", 0},
+        {"NAV_LIGHTS_SET", 1}, {"BEACON_LIGHTS_SET", 0}, {"LANDING_LIGHTS_SET", 1}, {"TAXI_LIGHTS_SET", 0},
+        {"STROBES_SET", 1}, {"LOGO_LIGHTS_SET", 0}, {"CABIN_LIGHTS_SET", 1}};
+    EXPECT_EQ(events(object), expected);
     EXPECT_EQ(lines("release", object).size(), 1u + 4u); // the freeze's, then two for each flaps event
-    const auto st = sim->state()["objects"][0];
-    EXPECT_EQ(st["lights"], 0x1 | 0x2 | 0x100);
 }
 
 TEST_F(LinkWithSim, StaticShapeAndControlsReachTheirObject)
 {
-    connect({"--user", "47.0,8.0"});
+    connect();
     const std::uint32_t object = createLive("CG1234");
-    ASSERT_NE(object, 0u);
     gf_requestStaticCg(object);
-    ASSERT_TRUE(pumpUntil([&] { return take(MessageKind::staticData) == 1; }));
-    const SimMessage shape = of(MessageKind::staticData)[0];
+    ASSERT_TRUE(pumpUntil([&] { return !take(staticData).empty(); }));
+    const SimMessage shape = take(staticData)[0];
     EXPECT_EQ(shape.objectId, object);
-    EXPECT_GE(shape.value1, 1.0);
-    EXPECT_LE(shape.value1, 35.0);
+    EXPECT_GE(shape.value1, 1.0); // the height, not the pitch
     gf_setControls(object, 100, -100, -100);
     ASSERT_TRUE(eventually([&] { return !lines("data", object).empty(); }));
     const auto fields = lines("data", object)[0]["fields"];
@@ -281,81 +254,62 @@ TEST_F(LinkWithSim, StaticShapeAndControlsReachTheirObject)
 
 TEST_F(LinkWithSim, TeleportOverTenMilesRestartsAfter45Seconds)
 {
-    connect({"--user", "47.0,8.0"});
-    sim->control("teleport", "lat=47.5&lon=8.0");
-    ASSERT_TRUE(eventually([] {
-        gf_requestUserPosition();
-        return exitInProgress.load();
-    }));
-    EXPECT_EQ(exitReason, RESTART);
+    connect();
+    sim->control("teleport", "lat=47.16&lon=8.0"); // 9.6 nm: no teleport yet
+    ASSERT_TRUE(pumpUntil([] { return gf_userState().lat == 47.16; }));
+    EXPECT_EQ(countInLog("Teleport"), 0);
+    sim->control("teleport", "lat=47.33&lon=8.0"); // 10.2 nm on
+    expectRestartAfter(45);
     EXPECT_EQ(countInLog("Teleport"), 1);
-    ASSERT_TRUE(eventually([] { return !gf_finalExitRunning(); }));
-    EXPECT_EQ(countInLog("Restarting after 45 seconds"), 1);
 }
 
-TEST_F(LinkWithSim, ThirdRequestFailureStopsTheLinkAndRestartsAfter10Seconds)
+TEST_F(LinkWithSim, ANewFlightRestartsAfter45Seconds)
 {
-    connect({"--user", "47.0,8.0"});
-    sim->control("refuse", "count=3");
-    ASSERT_TRUE(eventually([] {
-        gf_requestAircraftInRange(aiRequestRadius);
-        gf_requestUserPosition();
-        return simRequestsOff.load();
-    }));
-    EXPECT_EQ(simRequestFailures, 3);
-    EXPECT_EQ(exitReason, RESTART);
-    EXPECT_EQ(countInLog("SimConnect request error 3, see Log.txt"), 1);
-    EXPECT_GE(countInLog("SimConnect request ac within range fails") +
-                  countInLog("===> SimConnect request user ac position fails"), 3);
-    ASSERT_TRUE(eventually([] { return !gf_finalExitRunning(); }));
-    EXPECT_EQ(countInLog("Restarting after 10 seconds"), 1);
-}
-
-TEST_F(LinkWithSim, AfterTheThirdFailureQueuedCreationsVanish)
-{
-    connect({"--user", "47.0,8.0"});
-    simRequestsOff = true; // as the third failure leaves it
-    gf_queueCreate(request(liveId, "Airbus A320 Test", "GONE12", 1000));
-    ASSERT_TRUE(eventually([] {
-        std::lock_guard lock(simLock);
-        return createList.empty();
-    }));
-    sim->control("run"); // one more round trip: anything sent would be recorded by now
-    EXPECT_TRUE(linesOf(sim->recording(), "create").empty());
-    EXPECT_EQ(take(MessageKind::createFailed), 0u);
-    EXPECT_EQ(take(MessageKind::liveCreated), 0u);
-}
-
-TEST_F(LinkWithSim, ChangingTheAircraftRestartsAfter45Seconds)
-{
-    connect({"--user", "47.0,8.0"});
+    connect();
     sim->control("aircraft", "title=Another%20Aircraft");
-    ASSERT_TRUE(eventually([] { return exitInProgress.load(); }));
-    EXPECT_EQ(exitReason, RESTART);
+    expectRestartAfter(45);
     EXPECT_EQ(countInLog("===> New file loaded"), 1);
 }
 
-
-TEST_F(LinkWithSim, RefusedReleaseOfControlCountsAsFailedRequest)
+TEST_F(LinkWithSim, ThirdRequestFailureStopsRequestsAndRestartsAfter10Seconds)
 {
-    connect({"--user", "47.0,8.0"});
+    connect();
     const std::uint32_t object = createLive("REL123");
-    ASSERT_NE(object, 0u);
-    ASSERT_TRUE(eventually([&] { return lines("event", object).size() == 3; })); // the freeze went out
-    const std::int32_t before = simRequestFailures;
     sim->control("refuse", "count=1");
+    // A flaps event is released before it is sent: the first refused call is that release.
     ActCore r;
     r.objectId = object;
-    r.classId = 2;
-    // A flaps event is released before it is sent: the first refused call is that release.
     int index = 0;
     ASSERT_TRUE(eventually([&] {
         gf_setFlaps(r, ++index % 4);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return simRequestFailures > before;
+        return simRequestFailures == 1;
     }));
-    EXPECT_EQ(simRequestFailures, before + 1);
+    ASSERT_TRUE(eventually([] { std::lock_guard lock(simLock); return eventQueue.empty(); })); // all went out
     EXPECT_EQ(countInLog("SimConnect TransmitClientEvent"), 0); // the event itself went out
+    sim->control("refuse", "count=1");
+    ASSERT_TRUE(pumpUntil([] { return simRequestFailures == 2; }));
+    EXPECT_FALSE(simRequestsOff);
+    EXPECT_EQ(exitReason, NOT_YET_SET);
+    sim->control("refuse", "count=1");
+    ASSERT_TRUE(pumpUntil([] { return simRequestsOff.load(); }));
+    gf_simRequestFailed(); // a fourth is no new error
+    expectRestartAfter(10);
+    EXPECT_EQ(countInLog("SimConnect request error"), 1);
+    EXPECT_EQ(countInLog("SimConnect request error 3, see Log.txt"), 1);
+    EXPECT_EQ(countInLog("SimConnect request ac within range fails") +
+                  countInLog("===> SimConnect request user ac position fails"), 2);
+}
+
+TEST_F(LinkWithSim, WithRequestsOffQueuedCreationsVanish)
+{
+    connect();
+    simRequestsOff = true; // as the third failure leaves it
+    gf_queueCreate(request(liveId, "GONE12"));
+    ASSERT_TRUE(eventually([] { std::lock_guard lock(simLock); return createList.empty(); }));
+    sim->control("run"); // one more round trip: anything sent would be recorded by now
+    EXPECT_TRUE(linesOf(sim->recording(), "create").empty());
+    EXPECT_TRUE(take(createFailed).empty());
+    EXPECT_TRUE(take(liveCreated).empty());
 }
 
 } // namespace
