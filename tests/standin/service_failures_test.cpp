@@ -1,13 +1,16 @@
-// Failures on demand: their parsing, how they are counted off, and the
-// answers they give.
+// Failures on demand: their parsing, how they are counted off, the status
+// answers on every path, and the control path. How the other kinds of answer
+// (text status, no JSON, empty, custom, held back) reach a client is shown by
+// the feed's tests against this service and by service_http_test.cpp.
 #include "service_test_support.h"
 
 #include "standin/service/failures.h"
+#include "standin/service/service_paths.h"
 
 namespace orv::test {
 namespace {
 
-TEST(ServiceFailureSpec, ParsesEveryField)
+TEST(ServiceFailures, SpecsAreParsedOrRefused)
 {
     const Failure f = gf_parseFailure("buffer:stall:3:2:1500");
     EXPECT_EQ(f.request, RequestKind::Buffer);
@@ -20,17 +23,13 @@ TEST(ServiceFailureSpec, ParsesEveryField)
     EXPECT_EQ(g.status, 405);
     EXPECT_EQ(g.count, 1);
     EXPECT_EQ(g.after, 0);
-}
-
-TEST(ServiceFailureSpec, RefusesWhatIsNoFailure)
-{
     for (const char* bad : {"traffic", "traffic:", "lunch:500", "traffic:99", "traffic:600", "traffic:500:x",
                             "traffic:500:-1", "traffic:500:1:0:5:9", "traffic:teapot"}) {
         EXPECT_THROW(gf_parseFailure(bad), std::invalid_argument) << bad;
     }
 }
 
-TEST(ServiceFailurePlan, AfterLetsRequestsThroughThenCountHits)
+TEST(ServiceFailures, AfterLetsRequestsThroughAndCountZeroHitsUntilCleared)
 {
     FailurePlan plan;
     plan.failures.push_back(gf_parseFailure("traffic:500:2:1"));
@@ -40,82 +39,38 @@ TEST(ServiceFailurePlan, AfterLetsRequestsThroughThenCountHits)
     EXPECT_TRUE(gf_takeFailure(plan, RequestKind::Traffic));
     EXPECT_FALSE(gf_takeFailure(plan, RequestKind::Traffic));
     EXPECT_TRUE(plan.failures.empty());
-}
-
-TEST(ServiceFailurePlan, CountZeroHitsUntilCleared)
-{
     ServiceDriver d;
     ASSERT_EQ(d.post("/control/fail", "request=any&answer=403&count=0").httpStatus, 200);
-    for (int i = 0; i < 5; ++i) {
-        d.now += 10;
-        EXPECT_EQ(d.postJson("/v4/nearestmetar", "GUID=x&toffset=0&lat=1&lon=1")["status"], 403);
-    }
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(d.status("/v4/nearestmetar", "GUID=x&toffset=0&lat=1&lon=1"), 403);
     ASSERT_EQ(d.post("/control/clear", "").httpStatus, 200);
-    EXPECT_EQ(d.postJson("/v4/nearestmetar", "GUID=x&toffset=0&lat=1&lon=1")["status"], 401);
+    EXPECT_EQ(d.status("/v4/nearestmetar", "GUID=x&toffset=0&lat=1&lon=1"), 401);
 }
 
-TEST(ServiceFailureAnswers, RefusedLoginsCarryTheirStatus)
+TEST(ServiceFailures, EveryKindOfRequestIsAnsweredWithTheStatusAimedAtIt)
 {
-    for (const int status : {402, 404, 405, 500, 400}) {
-        ServiceDriver d;
-        d.state.failures.failures.push_back(gf_parseFailure("auth:" + std::to_string(status)));
-        const auto answer = d.postJson("/v4/auth", "license=K&software=T");
-        EXPECT_EQ(answer["status"], status);
-        EXPECT_FALSE(answer.contains("GUID"));
-        EXPECT_TRUE(answer["message"].is_string());
-        EXPECT_TRUE(d.state.sessions.empty());
+    const std::string box = "GUID={}&top=53&bottom=52&left=4&right=5&toffset=0&querytype=";
+    const std::tuple<const char*, const char*, std::string> requests[] = {
+        {"auth", "/v4/auth", "license=KEY2&software=T"},
+        {"deauth", "/v4/deauth", "GUID={}"},
+        {"nearestmetar", "/v4/nearestmetar", "GUID={}&toffset=0&lat=52&lon=4"},
+        {"weather", "/v4/weather", "GUID={}&querytype=locwx&toffset=0&lat=52&lon=4&alt=0&airports="},
+        {"traffic", "/v4/traffic", box + "locationtraffic"},
+        {"buffer", "/v4/traffic", box + "locationtraffic&buffercount=5&buffertime=6"},
+        {"parked", "/v4/traffic", box + "parkedtraffic"},
+        {"any", "/v4/traffic", box + "locationtraffic"},
+    };
+    for (const auto& [kind, path, body] : requests) {
+        for (const int status : {400, 401, 402, 403, 404, 405, 406, 500, 503}) {
+            ServiceDriver d;
+            const std::string guid = d.login();
+            d.now += 10;
+            d.state.failures.failures.push_back(gf_parseFailure(std::string(kind) + ":" + std::to_string(status)));
+            // The status and its message, nothing else; no new session, and a 401 drops the one there was.
+            EXPECT_EQ(d.answer(path, body, guid), gf_statusAnswer(status)) << kind;
+            EXPECT_TRUE(d.state.failures.failures.empty()) << kind << " " << status;
+            EXPECT_EQ(d.state.sessions.size(), status == 401 && std::string(kind) != "auth" ? 0u : 1u) << kind;
+        }
     }
-}
-
-TEST(ServiceFailureAnswers, A401DropsTheSessionForBothReaders)
-{
-    ServiceDriver d;
-    const std::string guid = d.login();
-    d.state.failures.failures.push_back(gf_parseFailure("traffic:401"));
-    d.now += 3;
-    EXPECT_EQ(d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid))["status"], 401);
-    d.now += 3;
-    EXPECT_EQ(d.postJson("/v4/weather", ServiceDriver::weatherBody(guid))["status"], 401);
-    EXPECT_EQ(d.postJson("/v4/deauth", "GUID=" + guid)["status"], 401);
-}
-
-TEST(ServiceFailureAnswers, TextStatusNotJsonEmptyAndStall)
-{
-    ServiceDriver d;
-    const std::string guid = d.login();
-    auto& plan = d.state.failures.failures;
-    plan.push_back(gf_parseFailure("traffic:textstatus"));
-    d.now += 3;
-    const auto text = d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid));
-    EXPECT_EQ(text["status"], "200");
-    EXPECT_TRUE(text.contains("data"));
-
-    plan.push_back(gf_parseFailure("traffic:notjson"));
-    d.now += 3;
-    const auto page = d.post("/v4/traffic", ServiceDriver::trafficBody(guid));
-    EXPECT_FALSE(nlohmann::json::accept(page.body));
-    EXPECT_EQ(page.apiStatus, 0);
-
-    plan.push_back(gf_parseFailure("traffic:empty"));
-    d.now += 3;
-    EXPECT_TRUE(d.post("/v4/traffic", ServiceDriver::trafficBody(guid)).body.empty());
-
-    plan.push_back(gf_parseFailure("traffic:stall:1:0:250"));
-    d.now += 3;
-    const auto held = d.post("/v4/traffic", ServiceDriver::trafficBody(guid));
-    EXPECT_TRUE(held.stall);
-    EXPECT_EQ(held.stallMs, 250);
-    EXPECT_EQ(answerJson(held)["status"], 200);
-}
-
-TEST(ServiceFailureAnswers, CustomBodyIsAnsweredAsItIs)
-{
-    ServiceDriver d;
-    ASSERT_EQ(d.post("/control/fail", "request=auth&answer=custom&body=%7B%22status%22%3A200%7D").httpStatus, 200);
-    const auto answer = d.post("/v4/auth", "license=K&software=T");
-    EXPECT_EQ(answer.body, R"({"status":200})");
-    EXPECT_EQ(answer.apiStatus, 200);
-    EXPECT_TRUE(d.state.sessions.empty()) << "the custom answer stands in for the login";
 }
 
 TEST(ServiceControl, RefusesBadValuesAndReportsState)

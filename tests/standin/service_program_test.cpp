@@ -1,99 +1,111 @@
-// The program tavo-service as outside checks run it: its options, the
-// address it prints, and its end on SIGTERM.
-#include <csignal>
-#include <cstdio>
+// The program tavo-service as outside checks run it: its options, the address
+// it prints, its answers, downloads and request log on HTTP, the answers it
+// holds back, and its end on SIGTERM.
+#include <optional>
 #include <regex>
-
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <thread>
 
 #include <httplib.h>
 
 #include "service_test_support.h"
+#include "tests/standin/sim_process.h"
 #include "tests/support/temp_dir.h"
-
-extern char** environ;
 
 namespace orv::test {
 namespace {
 
-/// The program running with its standard output on a pipe.
+/// tavo-service as a child process, ended at the latest with the test.
 struct Program {
-    pid_t pid = -1;
-    FILE* output = nullptr;
+    int pid;
+    Program(const std::vector<std::string>& ARGS, const std::filesystem::path& OUTPUT = {})
+        : pid(gf_startProgram("tavo-service", ARGS, OUTPUT)) {}
+    ~Program() { gf_endProgram(pid); }
+    /// Its exit status: after SIGTERM, or when it ends by itself.
+    int end(bool TERMINATE) { return gf_endProgram(std::exchange(pid, -1), TERMINATE); }
+};
 
-    explicit Program(const std::vector<std::string>& ARGS)
+class ServingProgram : public ::testing::Test {
+protected:
+    TempDir dir{false};
+    std::optional<Program> program;
+    int port = 0;
+
+    void SetUp() override
     {
-        int pipeEnds[2];
-        if (::pipe(pipeEnds) != 0) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-        const std::string program = (buildDir() / "tavo-service").string();
-        std::vector<char*> argv{const_cast<char*>(program.c_str())};
-        for (const auto& arg : ARGS) argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        if (posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) pid = -1;
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(pipeEnds[1]);
-        output = ::fdopen(pipeEnds[0], "r");
+        writeFile(dir / "traffic.jsonl", liveLine("a1b2c3", 52.5, 4.5, 1000).dump() + "\n");
+        writeFile(dir / "parked.jsonl", R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 0, "KLM1"]})" "\n");
+        writeFile(dir / "downloads/release/version.json", "10.9.4\n");
+        writeFile(dir / "secret.txt", "not for you");
+        program.emplace(std::vector<std::string>{"--port", "0", "--traffic", (dir / "traffic.jsonl").string(),
+                                                 "--parked", (dir / "parked.jsonl").string(), "--downloads",
+                                                 (dir / "downloads").string(), "--request-log",
+                                                 (dir / "requests.jsonl").string()},
+                        dir / "out.txt");
+        const std::regex printed(R"(listening on http://127\.0\.0\.1:(\d+))");
+        std::string out;
+        std::smatch match;
+        for (int i = 0; i < 2000 && !std::regex_search(out = readFile(dir / "out.txt"), match, printed); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        ASSERT_FALSE(match.empty()) << out;
+        port = std::stoi(match[1]);
     }
-    ~Program()
+    /// A client of its own for each call: a client is not shared between threads.
+    httplib::Result post(const std::string& PATH, const std::string& BODY) const
     {
-        if (pid > 0) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, nullptr, 0);
-        }
-        if (output != nullptr) ::fclose(output);
+        httplib::Client client("127.0.0.1", port);
+        client.set_read_timeout(std::chrono::minutes(5));
+        return client.Post(PATH, BODY, "application/x-www-form-urlencoded");
     }
-    std::string readLine()
+    int heldAnswers() const { return nlohmann::json::parse(post("/control/state", "")->body)["heldAnswers"]; }
+    /// Posts a login that is held back, on a thread of its own; waits until it is held.
+    std::thread held(std::string& ANSWER) const
     {
-        char buffer[512];
-        return output != nullptr && std::fgets(buffer, sizeof buffer, output) != nullptr ? buffer : "";
-    }
-    /// Waits for the end; the exit code, or -1 after a signal.
-    int wait()
-    {
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        pid = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        const int before = heldAnswers();
+        std::thread reader([this, &ANSWER] {
+            if (auto result = post("/v4/auth", "license=K&software=T")) ANSWER = result->body;
+        });
+        for (int i = 0; i < 4000 && heldAnswers() == before; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_EQ(heldAnswers(), before + 1);
+        return reader;
     }
 };
 
-TEST(ServiceProgram, ServesOnThePrintedAddressAndEndsOnSigterm)
+TEST_F(ServingProgram, ServesTrafficAndDownloadsLogsRequestsAndEndsOnSigterm)
 {
-    TempDir dir(false);
-    std::stringstream recording;
-    writeFile(dir / "traffic.jsonl", liveLine("a1b2c3", 52.5, 4.5, 1000).dump() + "\n");
-    writeFile(dir / "parked.jsonl", R"({"4840d6": [52.30, 4.76, "A3", "B738", "PH-BXA", 0, "KLM1"]})"
-                                    "\n");
-    writeFile(dir / "downloads/dbase.zip", "zip");
-    Program program({"--port", "0", "--traffic", (dir / "traffic.jsonl").string(), "--parked",
-                     (dir / "parked.jsonl").string(), "--downloads", (dir / "downloads").string(), "--request-log",
-                     (dir / "requests.jsonl").string()});
-    ASSERT_GT(program.pid, 0);
-    const std::string first = program.readLine();
-    std::smatch match;
-    ASSERT_TRUE(std::regex_search(first, match, std::regex(R"(listening on http://127\.0\.0\.1:(\d+))"))) << first;
-    httplib::Client client("127.0.0.1", std::stoi(match[1]));
-    const auto login = client.Post("/v4/auth", "license=K&software=T", "application/x-www-form-urlencoded");
+    const auto login = post("/v4/auth", "license=K&software=T");
     ASSERT_TRUE(login);
-    const auto guid = nlohmann::json::parse(login->body)["GUID"].get<std::string>();
-    const auto parked =
-        client.Post("/v4/traffic",
-                    "GUID=" + guid + "&top=52.50&bottom=52.00&left=4.50&right=5.00&querytype=parkedtraffic&toffset=0",
-                    "application/x-www-form-urlencoded");
+    const std::string guid = nlohmann::json::parse(login->body)["GUID"];
+    const auto parked = post("/v4/traffic", "GUID=" + guid + "&top=52.5&bottom=52&left=4.5&right=5&toffset=0"
+                                                             "&querytype=parkedtraffic");
     ASSERT_TRUE(parked);
     EXPECT_TRUE(nlohmann::json::parse(parked->body)["data"].contains("4840d6"));
-    const auto download = client.Get("/downloads/dbase.zip");
-    ASSERT_TRUE(download);
-    EXPECT_EQ(download->body, "zip");
-    ::kill(program.pid, SIGTERM);
-    EXPECT_EQ(program.wait(), 0);
+    httplib::Client client("127.0.0.1", port);
+    for (const char* path : {"/downloads/release/version.json", "/release/version.json", "/downloads/dbase.zip",
+                             "/downloads/../secret.txt", "/downloads/release", "/"}) {
+        const auto got = client.Get(path);
+        ASSERT_TRUE(got) << path;
+        const bool there = std::string(path).ends_with("version.json"); // the tree under both prefixes, nothing else
+        EXPECT_EQ(got->status, there ? 200 : 404) << path;
+        EXPECT_TRUE(!there || got->body == "10.9.4\n") << got->body;
+    }
+    EXPECT_EQ(program->end(true), 0);
     EXPECT_NE(readFile(dir / "requests.jsonl").find("/v4/auth"), std::string::npos);
+}
+
+TEST_F(ServingProgram, HeldAnswersGoOutWhenReleasedOrWhenItStops)
+{
+    ASSERT_EQ(post("/control/fail", "request=auth&answer=stall&count=0")->status, 200);
+    std::string first, second;
+    std::thread reader = held(first);
+    EXPECT_TRUE(first.empty());
+    post("/control/release", "");
+    reader.join();
+    EXPECT_EQ(nlohmann::json::parse(first)["status"], 200);
+    reader = held(second);
+    EXPECT_EQ(program->end(true), 0);
+    reader.join();
+    EXPECT_FALSE(second.empty()); // let go, not left hanging
 }
 
 TEST(ServiceProgram, GeneratesARecordingAndItsParkedTraffic)
@@ -102,11 +114,9 @@ TEST(ServiceProgram, GeneratesARecordingAndItsParkedTraffic)
     Program program({"--generate", (dir / "out.jsonl").string(), "--parked-out", (dir / "parked.jsonl").string(),
                      "--runway", "50.0,10.0,50.0191,9.9703", "--stand", "S1,49.999,9.9775,225", "--stand",
                      "S2,49.9995,9.978,225", "--minutes", "10", "--seed", "2"});
-    ASSERT_GT(program.pid, 0);
-    EXPECT_EQ(program.wait(), 0);
+    EXPECT_EQ(program.end(false), 0);
     std::ifstream file(dir / "out.jsonl");
-    const Recording rec = gf_readRecording(file, "out");
-    EXPECT_GT(rec.pointCount, 0u);
+    EXPECT_GT(gf_readRecording(file, "out").pointCount, 0u);
     std::ifstream parkedFile(dir / "parked.jsonl");
     EXPECT_NO_THROW((void)gf_readParked(parkedFile, "parked"));
 }
@@ -115,15 +125,13 @@ TEST(ServiceProgram, RefusesUnknownOptionsAndFaultyFiles)
 {
     TempDir dir(false);
     writeFile(dir / "bad.jsonl", "[1,2]\n");
-    for (const std::vector<std::string>& args : {std::vector<std::string>{"--bogus"},
-                                                 {"--port"},
-                                                 {"--port", "70000"},
-                                                 {"--fail", "traffic:lunch"},
-                                                 {"--traffic", (dir / "bad.jsonl").string(), "--port", "0"},
-                                                 {"--traffic", (dir / "none.jsonl").string()}}) {
+    const std::vector<std::vector<std::string>> refused = {
+        {"--bogus"}, {"--port"}, {"--port", "70000"}, {"--fail", "traffic:lunch"},
+        {"--traffic", (dir / "bad.jsonl").string(), "--port", "0"}, {"--traffic", (dir / "none.jsonl").string()},
+        {"--parked", (dir / "bad.jsonl").string(), "--port", "0"}};
+    for (const auto& args : refused) {
         Program program(args);
-        ASSERT_GT(program.pid, 0);
-        EXPECT_EQ(program.wait(), 2) << args[0];
+        EXPECT_EQ(program.end(false), 2) << args[0];
     }
 }
 

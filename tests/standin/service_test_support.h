@@ -1,5 +1,5 @@
-// Fixtures for the service tests, made by code: live lines, recordings,
-// a logged-in session on a service driven by the test's own clock.
+// Fixtures for the service tests, made by code: live lines, recordings, and a
+// service driven by the test's own clock with a helper to log in and post.
 #pragma once
 
 #include <sstream>
@@ -36,13 +36,7 @@ inline Recording recordingOf(const std::vector<nlohmann::json>& LINES)
     return gf_readRecording(text, "test");
 }
 
-/// The answer's JSON; fails the test when the body is not JSON.
-inline nlohmann::json answerJson(const ServiceAnswer& ANSWER)
-{
-    return nlohmann::json::parse(ANSWER.body);
-}
-
-/// A service with quick paces, a fixed start time and a helper to post.
+/// A service with quick paces, a fixed start time, and helpers to post.
 struct ServiceDriver {
     ServiceState state;
     double now = 1'700'000'000.0;
@@ -53,14 +47,24 @@ struct ServiceDriver {
         state.setup.wrrlMs = 3000;
         state.random.seed(7);
     }
-
     ServiceAnswer post(const std::string& PATH, const std::string& BODY)
     {
         return gf_handleRequest(state, PATH, BODY, now);
     }
+    /// The answer's JSON; throws when the body is none.
     nlohmann::json postJson(const std::string& PATH, const std::string& BODY)
     {
-        return answerJson(post(PATH, BODY));
+        return nlohmann::json::parse(post(PATH, BODY).body);
+    }
+    /// The answer to PATH with BODY, "{}" in it standing for GUID; and its status.
+    nlohmann::json answer(const std::string& PATH, std::string BODY, const std::string& GUID = "")
+    {
+        if (const auto at = BODY.find("{}"); at != std::string::npos) BODY.replace(at, 2, GUID);
+        return postJson(PATH, BODY);
+    }
+    nlohmann::json status(const std::string& PATH, const std::string& BODY, const std::string& GUID = "")
+    {
+        return answer(PATH, BODY, GUID)["status"];
     }
     /// Logs in and gives the GUID.
     std::string login(const std::string& LICENCE = "KEY1")
@@ -73,10 +77,6 @@ struct ServiceDriver {
     {
         return "GUID=" + GUID + "&top=53.00&bottom=52.00&left=4.00&right=5.00&querytype=locationtraffic&toffset="
                + std::to_string(TOFFSET);
-    }
-    static std::string weatherBody(const std::string& GUID)
-    {
-        return "GUID=" + GUID + "&querytype=locwx&toffset=0&lat=52.3000&lon=4.7600&alt=1200&airports=EHAM";
     }
 };
 

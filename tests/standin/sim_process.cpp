@@ -1,4 +1,4 @@
-// Test support: starting and steering a tavo-sim process.
+// Test support: starting programs of the build folder, and steering tavo-sim.
 #include "tests/standin/sim_process.h"
 
 #include "tests/support/temp_dir.h"
@@ -6,6 +6,7 @@
 #include <httplib.h>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -16,16 +17,9 @@
 #include <fstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace orv::test {
-namespace {
-
-/// How long a starting simulator may take before the test gives up on it.
-constexpr auto kStartLimit = std::chrono::seconds(20);
-constexpr auto kStartPoll = std::chrono::milliseconds(20);
-constexpr int kHttpOk = 200;
-
-} // namespace
 
 std::uint16_t freePort()
 {
@@ -33,12 +27,37 @@ std::uint16_t freePort()
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
     ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
     socklen_t len = sizeof addr;
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
     ::close(fd);
     return ntohs(addr.sin_port);
+}
+
+int gf_startProgram(const std::string& PROGRAM, const std::vector<std::string>& ARGS,
+                    const std::filesystem::path& OUTPUT)
+{
+    const std::string path = (buildDir() / PROGRAM).string();
+    std::vector<char*> argv{const_cast<char*>(path.c_str())};
+    for (const auto& a : ARGS) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    const int pid = ::fork();
+    if (pid == 0) {
+        if (const int fd = OUTPUT.empty() ? -1 : ::open(OUTPUT.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644); fd >= 0)
+            ::dup2(fd, STDOUT_FILENO);
+        ::execv(path.c_str(), argv.data());
+        ::_exit(127);
+    }
+    return pid;
+}
+
+int gf_endProgram(int PID, bool TERMINATE)
+{
+    if (PID <= 0) return -1;
+    if (TERMINATE) ::kill(PID, SIGTERM);
+    int status = 0;
+    ::waitpid(PID, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 SimProcess::SimProcess(const std::filesystem::path& FOLDER, std::vector<std::string> ARGS, bool RECORD,
@@ -52,58 +71,37 @@ SimProcess::SimProcess(const std::filesystem::path& FOLDER, std::vector<std::str
         record_ = FOLDER / "sim-recording.jsonl";
         ARGS.insert(ARGS.end(), {"--record", record_.string()});
     }
-    const std::string program = (buildDir() / "tavo-sim").string();
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(program.c_str()));
-    for (auto& a : ARGS) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    pid_ = ::fork();
-    if (pid_ == 0) {
-        ::execv(program.c_str(), argv.data());
-        ::_exit(127);
-    }
-    const auto deadline = std::chrono::steady_clock::now() + kStartLimit;
+    pid_ = gf_startProgram("tavo-sim", ARGS);
+    // A starting simulator may take this long before the test gives up on it.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     httplib::Client client("127.0.0.1", viewPort_);
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (auto res = client.Get("/api/state"); res && res->status == kHttpOk) return;
-        int status = 0;
+    for (int status = 0; std::chrono::steady_clock::now() < deadline;) {
+        if (auto res = client.Get("/api/state"); res && res->status == 200) return;
         if (::waitpid(pid_, &status, WNOHANG) == pid_) {
             pid_ = -1;
             throw std::runtime_error("tavo-sim ended at start");
         }
-        std::this_thread::sleep_for(kStartPoll);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     stop();
     throw std::runtime_error("tavo-sim did not come up");
 }
 
-SimProcess::~SimProcess() { stop(); }
-
-int SimProcess::stop()
-{
-    if (pid_ <= 0) return -1;
-    ::kill(pid_, SIGTERM);
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+int SimProcess::stop() { return gf_endProgram(std::exchange(pid_, -1)); }
 
 std::string SimProcess::control(const std::string& PATH, const std::string& QUERY)
 {
-    httplib::Client client("127.0.0.1", viewPort_);
     const std::string target = "/api/" + PATH + (QUERY.empty() ? "" : "?" + QUERY);
-    auto res = client.Post(target.c_str());
+    auto res = httplib::Client("127.0.0.1", viewPort_).Post(target);
     if (!res) throw std::runtime_error("control: no answer to " + target);
-    if (res->status != kHttpOk) throw std::runtime_error("control: " + target + ": " + res->body);
+    if (res->status != 200) throw std::runtime_error("control: " + target + ": " + res->body);
     return res->body;
 }
 
 nlohmann::json SimProcess::state()
 {
-    httplib::Client client("127.0.0.1", viewPort_);
-    auto res = client.Get("/api/state");
-    if (!res || res->status != kHttpOk) throw std::runtime_error("state: no answer");
+    auto res = httplib::Client("127.0.0.1", viewPort_).Get("/api/state");
+    if (!res || res->status != 200) throw std::runtime_error("state: no answer");
     return nlohmann::json::parse(res->body);
 }
 
@@ -111,8 +109,7 @@ std::vector<nlohmann::json> SimProcess::recording() const
 {
     std::vector<nlohmann::json> lines;
     std::ifstream in(record_);
-    std::string line;
-    while (std::getline(in, line)) {
+    for (std::string line; std::getline(in, line);) {
         // The simulator may be in the middle of its last line; only whole ones count.
         auto parsed = nlohmann::json::parse(line, nullptr, false);
         if (!parsed.is_discarded()) lines.push_back(std::move(parsed));
