@@ -1,6 +1,5 @@
-// The dispatch and the queues of the simulator link, driven by records made by hand: what tavo-sim cannot be
-// made to send or do (other generations, exceptions, objects of other clients, a busy lock). What it can is
-// tested against it in sim_link_test.cpp.
+// The link's dispatch and queues driven by records made by hand: what tavo-sim cannot be made to send or do (other
+// generations, exceptions, objects of other clients, a busy lock); the rest is tested against it (sim_link_test).
 #include "tests/support/calendar.h"
 #include "tests/sim/sim_link_support.h"
 

@@ -1,6 +1,5 @@
-// Test support for the simulator link: a fixture that gives each test a
-// folder, an open log, short sleeps and a clean link; records made by hand
-// for the dispatch; and waits that end on a condition.
+// Test support for the simulator link: a fixture that gives each test a folder, an open log, short sleeps and
+// a clean link; records made by hand for the dispatch; and waits that end on a condition.
 #pragma once
 
 #include "core/clock.h"
@@ -95,7 +94,7 @@ inline void resetLink()
     gf_clearSimQueues();
     lf_initSimQueues();
     lf_resetDispatchState();
-    std::vector<SimMessage> drained;
+    std::vector<SimMessage> drained; // the messages of the test before
     gf_takeMessages(drained);
     gf_clearError();
     gf_clearStatus();

@@ -1,6 +1,5 @@
-// The simulator link against a real tavo-sim process: connecting, the flight's state, creation paired by ATC ID
-// and frozen, refusal, removal, positions and events at the frame, and the restarts (teleport, a new flight, the
-// third request failure).
+// The simulator link against a real tavo-sim: connecting, the flight's state, creation paired by ATC ID and frozen,
+// refusal, removal, positions and events at the frame, and the restarts (teleport, new flight, third failure).
 #include "tests/sim/sim_link_support.h"
 #include "tests/standin/sim_process.h"
 
@@ -63,9 +62,8 @@ protected:
     }
     std::vector<nlohmann::json> lines(const std::string& KIND, std::uint32_t OBJECT) const
     {
-        std::vector<nlohmann::json> out;
-        for (const auto& l : linesOf(sim->recording(), KIND))
-            if (l["objectId"] == OBJECT) out.push_back(l);
+        auto out = linesOf(sim->recording(), KIND);
+        std::erase_if(out, [&](const nlohmann::json& L) { return L["objectId"] != OBJECT; });
         return out;
     }
     /// The client events the simulator recorded for OBJECT: name and data.
@@ -179,8 +177,7 @@ TEST_F(LinkWithSim, RemovalEndsWithMessage2AndTheUserIsNeverRemoved)
     gf_queueRemove(0);
     gf_queueRemove(1); // the user aircraft
     // Removals leave at most ten a second: the last is through once the user's is logged.
-    const std::string user = "call to remove AI ac with objectId 1";
-    ASSERT_TRUE(pumpUntil([&] { return !take(removed).empty() && countInLog(user) == 1; }));
+    ASSERT_TRUE(pumpUntil([&] { return !take(removed).empty() && countInLog("AI ac with objectId 1") == 1; }));
     EXPECT_EQ(take(removed).size(), 1u);
     EXPECT_EQ(take(removed)[0].objectId, object);
     EXPECT_EQ(lines("removed", object).size(), 1u);
