@@ -108,7 +108,6 @@ void lf_runSessionSteps()
     lf_computeBox();
     lf_startRt();
     gf_setReaderLampsWaiting();
-    gf_enableControls(3);
     lf_waitFor(10, 300, [] { return gf_rtSessionExists(); });
     // The readers' first requests go out at once: they must not ask at 0,0.
     gf_publishRtPosition();
@@ -149,8 +148,9 @@ void lf_prepareProgram()
         gf_readDbase();
         referenceDataRead = true;
     }
-    lf_findInstallPath();
     gf_enableControls(2);
+    lf_findInstallPath();
+    gf_enableControls(3);
     gf_readAirportDatabase();
 }
 
@@ -173,10 +173,11 @@ void lf_startUpTAVO()
     gf_scanLiveries(SCAN_LIVERIES.value);
     if (gf_stopFlagUp()) return;
     if (SCAN_AIRPORTS.value) {
-        addonAirportFiles = 0;
+        simaddonCount = thirdpartyCount = 0;
         gf_scanAirports();
     }
-    addonAirportFiles = lf_countFiles(mySimaddonFolder) + lf_countFiles(myThirdpartyFolder);
+    simaddonCount = lf_countFiles(mySimaddonFolder);
+    thirdpartyCount = lf_countFiles(myThirdpartyFolder);
     gf_repaint();
     lf_holdBeforeLogin();
     if (gf_stopFlagUp()) {

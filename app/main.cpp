@@ -1,11 +1,13 @@
-// Process entry: one instance only, the log, the window, then the message
-// loop until the window closes. SIGINT and SIGTERM close the window.
+// Process entry: one instance only, the log, the window (a page served on
+// 127.0.0.1), then the message loop until the window closes. SIGINT and
+// SIGTERM close the window, as its close button does.
 #include "core/errors.h"
 #include "app/event_loop.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/single_instance.h"
+#include "ui/window.h"
 
 #include <csignal>
 #include <cstdio>
@@ -48,13 +50,16 @@ int main()
     // The window needs its position before the parameters are read.
     gf_readWindowPosition(MAIN_WINDOW_X);
     gf_readWindowPosition(MAIN_WINDOW_Y);
+    gf_readEarly(WINDOW_PORT);
     std::error_code failed;
     std::filesystem::create_directories(userFolder, failed);
     std::signal(SIGINT, lf_onSignal);
     std::signal(SIGTERM, lf_onSignal);
     lf_watchSignals();
+    gf_openWindow();
     gf_postWindowMessage(WindowMessage::start);
     const int result = gf_runMessageLoop();
+    gf_closeWindowServer();
     gf_releaseSingleInstance();
     return result;
 }

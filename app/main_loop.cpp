@@ -14,7 +14,9 @@
 #include "parking/parking.h"
 #include "sim/sim_link.h"
 #include "traffic/engine.h"
+#include "traffic/creation.h"
 #include "traffic/engine_parts.h"
+#include "ui/window.h"
 
 #include <fmt/format.h>
 
@@ -31,7 +33,6 @@ constexpr std::int32_t secondsPerDay = 86400;
 constexpr std::int32_t statusLifeTicks = 25;
 constexpr double simTimeJumpSeconds = 30;
 
-double lastSimUtc = 0; ///< main thread: the simulator time of the last tick
 
 void lf_parkRefresh()
 {
@@ -92,6 +93,29 @@ void lf_collisionChecks()
             if (lf_collisionUserAir(record)) break;
     }
     if (COLLISION_LIVE_PARKED_GND.value && !liveList.empty() && !staticList.empty()) lf_collisionLiveParked();
+}
+
+/// NAV_LIGHTS_WHILE_PARKED changed on the window: every parked aircraft in
+/// the simulator takes the new value.
+void lf_sendNavLights()
+{
+    const bool on = NAV_LIGHTS_WHILE_PARKED.value;
+    for (const StaticAct& record : staticList)
+        if (record.objectId != 0) gf_setNavLight(record.objectId, on);
+    for (const act& record : liveList)
+        if (record.objectId != 0 && record.phase == Phase::atStand) gf_setNavLight(record.objectId, on);
+}
+
+/// What the window's commands asked of the main thread.
+void lf_windowRequests()
+{
+    if (rangeRequested.exchange(false)) {
+        lf_computeRange();
+        lf_computeBox();
+    }
+    if (navLightsRequested.exchange(false)) lf_sendNavLights();
+    if (maxLiveRequested.exchange(false)) maxLive = MAX_LIVE.value;
+    if (destinationRequested.exchange(false)) gf_applyStoredDestination();
 }
 
 void lf_blockCallsign()
@@ -205,11 +229,14 @@ void lf_secondWork()
     }
     lf_collisionChecks();
     if (blockRequested.exchange(false)) lf_blockCallsign();
+    lf_windowRequests();
+    lf_refreshCounts();
 }
 
 void lf_halfMinuteWork()
 {
     gf_clearRecentRemovals();
+    if (noLiveryResetRequested.exchange(false)) noLiverySet.clear();
     if (AUTO_RANGE.value) lf_computeRange();
     if (readerFailed) {
         gf_showError("1001: RT error");

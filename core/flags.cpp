@@ -16,6 +16,12 @@ std::atomic<bool> parkRefreshRtOnly{false};
 std::atomic<bool> blockRequested{false};
 std::atomic<bool> objectIdLookupRequested{false};
 std::atomic<bool> trafficResetRequested{false};
+std::atomic<bool> rangeRequested{false};
+std::atomic<bool> navLightsRequested{false};
+std::atomic<bool> maxLiveRequested{false};
+std::atomic<bool> noLiveryResetRequested{false};
+std::atomic<bool> destinationRequested{false};
+std::atomic<bool> parkParamsChanged{false};
 
 std::atomic<bool> simRequestsOff{false};
 bool loopRunning = false;
@@ -24,7 +30,8 @@ std::atomic<bool> restartPending{false};
 bool parkRefreshPhase = false;
 std::atomic<bool> parkBusy{false};
 
-std::int32_t tickCount = 0;
+std::atomic<std::int32_t> tickCount{0};
+std::atomic<double> lastSimUtc{0};
 std::atomic<std::int32_t> engineTick{0};
 std::atomic<std::int32_t> statusClock{0};
 std::int32_t notRunningCountdown = 100;

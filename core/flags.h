@@ -28,6 +28,12 @@ extern std::atomic<bool> parkRefreshRtOnly;
 extern std::atomic<bool> blockRequested;
 extern std::atomic<bool> objectIdLookupRequested;
 extern std::atomic<bool> trafficResetRequested; ///< a time shift: remove all traffic, refresh parking
+extern std::atomic<bool> rangeRequested;        ///< the range settings changed: lf_computeRange anew
+extern std::atomic<bool> navLightsRequested;    ///< NAV_LIGHTS_WHILE_PARKED changed: tell the parked aircraft
+extern std::atomic<bool> maxLiveRequested;      ///< MAX_LIVE changed: the live limit anew
+extern std::atomic<bool> noLiveryResetRequested; ///< MATCHING_DEPTH rose: forget the flights without livery
+extern std::atomic<bool> destinationRequested;  ///< DESTINATION holds a new known airport
+extern std::atomic<bool> parkParamsChanged;     ///< a parking setting changed since the airport file was saved
 
 // --- plain flags: one writer thread each -------------------------------------
 extern std::atomic<bool> simRequestsOff; ///< third simulator request failure; cleared by lf_initSimQueues
@@ -38,7 +44,8 @@ extern bool parkRefreshPhase;            ///< main thread: parked traffic asked 
 extern std::atomic<bool> parkBusy;       ///< main thread: the parking refresh is running
 
 // --- counters ----------------------------------------------------------------
-extern std::int32_t tickCount;                 ///< main thread: seconds of this session
+extern std::atomic<std::int32_t> tickCount;    ///< main thread writes: seconds of this session
+extern std::atomic<double> lastSimUtc;         ///< the simulator time of the last tick; 0 asks for a new look
 extern std::atomic<std::int32_t> engineTick;   ///< main thread: 10 ms passes of the engine
 extern std::atomic<std::int32_t> statusClock;  ///< main thread: ticks since process start
 extern std::int32_t notRunningCountdown;       ///< main thread: passes in "Flight not running"

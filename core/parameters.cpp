@@ -72,6 +72,7 @@ CheckBox SIM_TIME("SIM_TIME", false, "Sim Time");
 CheckBox KEEP_SIM_TIME_PAR("KEEP_SIM_TIME_PAR", false, "Save");
 IntParameter MAIN_WINDOW_X("MAIN_WINDOW_X", 400, -30000, 30000);
 IntParameter MAIN_WINDOW_Y("MAIN_WINDOW_Y", 20, -30000, 30000);
+IntParameter WINDOW_PORT("WINDOW_PORT", 18600, 0, 65535);
 IntParameter LAST_EPOCH_TIME("LAST_EPOCH_TIME", 0, 0, 2147483647);
 IntParameter HOLDING_THRESHOLD_METERS("HOLDING_THRESHOLD_METERS", 250, 10, 4000);
 IntParameter MAX_HOLDING_MINUTES("MAX_HOLDING_MINUTES", 20, 1, 60);
@@ -192,7 +193,7 @@ ParameterLists gf_parameterLists()
                         &AUTO_RANGE, &COLLISION_USER_GND, &COLLISION_USER_AIR, &COLLISION_LIVE_PARKED_GND,
                         &STRAIGHT_PBS_ONLY, &PARK_FAKE, &WEEK, &PARK_SOFT, &INITIAL_LOAD_ONLY,
                         &RT_PARKTRAFFIC_ONLY, &SIM_TIME, &KEEP_SIM_TIME_PAR};
-    lists.ints = {&CUSTOM_PARKING_PERCENTAGE, &MAX_FIT, &MAIN_WINDOW_X, &MAIN_WINDOW_Y,
+    lists.ints = {&CUSTOM_PARKING_PERCENTAGE, &MAX_FIT, &MAIN_WINDOW_X, &MAIN_WINDOW_Y, &WINDOW_PORT,
                   &LAST_EPOCH_TIME, &HOLDING_THRESHOLD_METERS, &MAX_HOLDING_MINUTES};
     lists.intBoxes = {&AI_PACKAGE_ORDER, &MATCHING_DEPTH, &LATERAL_RANGE, &AUTO_RANGE_ABOVE_HEIGHT,
                       &CUSTOM_MAX_PARK, &MAX_LIVE, &AIRPORT_RANGE, &AIRPORT_HEIGHT,
@@ -275,7 +276,7 @@ void gf_saveClamped(IntParameter& PARAMETER)
     gf_save(PARAMETER);
 }
 
-int gf_readWindowPosition(IntParameter& PARAMETER)
+int gf_readEarly(IntParameter& PARAMETER)
 {
     pugi::xml_document document;
     int value = PARAMETER.defaultValue;
@@ -283,9 +284,15 @@ int gf_readWindowPosition(IntParameter& PARAMETER)
         auto entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
         if (entry) value = gf_readInt(entry.attribute("value").as_string(), PARAMETER.minimum, PARAMETER.maximum);
     }
-    if (value <= PARAMETER.minimum || value >= PARAMETER.maximum) value = PARAMETER.defaultValue;
     PARAMETER.value = value;
     return value;
+}
+
+int gf_readWindowPosition(IntParameter& PARAMETER)
+{
+    const int value = gf_readEarly(PARAMETER);
+    if (value <= PARAMETER.minimum || value >= PARAMETER.maximum) PARAMETER.value = PARAMETER.defaultValue;
+    return PARAMETER.value;
 }
 
 void gf_resetParameters()

@@ -19,6 +19,7 @@ struct Control {
     int row = 0;
     std::string caption;
     bool enabled = false;
+    bool emptied = false; ///< an edit box that shows nothing, whatever its value
 };
 
 class Parameter {
@@ -47,7 +48,7 @@ public:
 class CheckBox : public ParameterOf<bool>, public Control {
 public:
     CheckBox(std::string NAME, bool DEFAULT, std::string CAPTION)
-        : ParameterOf<bool>(std::move(NAME), DEFAULT), Control{0, 0, std::move(CAPTION), false}
+        : ParameterOf<bool>(std::move(NAME), DEFAULT), Control{0, 0, std::move(CAPTION), true}
     {
     }
 };
@@ -137,6 +138,7 @@ extern CheckBox SIM_TIME;
 extern CheckBox KEEP_SIM_TIME_PAR;
 extern IntParameter MAIN_WINDOW_X;
 extern IntParameter MAIN_WINDOW_Y;
+extern IntParameter WINDOW_PORT; ///< the window's local web address 127.0.0.1:PORT; 0 picks a free port
 extern IntParameter LAST_EPOCH_TIME; ///< Unix seconds of the last contact with the traffic service
 extern IntParameter HOLDING_THRESHOLD_METERS;
 extern IntParameter MAX_HOLDING_MINUTES;
@@ -181,6 +183,9 @@ int gf_readInt(const char* VALUE, int MINIMUM, int MAXIMUM);
 /// The window position stored at the last exit; a value on a limit (a window
 /// minimised far outside) is replaced by the default. No log line.
 int gf_readWindowPosition(IntParameter& PARAMETER);
+/// One integer as stored, clamped, before the parameters are read; the
+/// default when the file or the entry is missing. No log line.
+int gf_readEarly(IntParameter& PARAMETER);
 
 /// MAX_FIT_FL shown for MAX_FIT: half hours less one to hours.
 inline float gf_maxFitHours(int MAX_FIT_VALUE) { return static_cast<float>(MAX_FIT_VALUE) * 0.5f + 0.5f; }

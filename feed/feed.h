@@ -16,6 +16,9 @@ namespace orv {
 extern std::atomic<bool> timeShiftOn;
 /// True from a successful login until a successful logout.
 extern std::atomic<bool> rtConnected;
+/// The name the service gave its server at the last login; empty before.
+std::string gf_rtServerName();
+void gf_setRtServerName(const std::string& NAME);
 /// The range in nautical miles (unbounded), and the radius of the by-type
 /// request in metres. Main thread writes; the traffic reader reads rangeNm
 /// once per answer.

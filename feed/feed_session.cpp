@@ -215,6 +215,7 @@ void gf_resetFeed()
         metarStation.clear();
     }
     weatherValid = false;
+    gf_setRtServerName({});
     qnhShown = standardQnh;
     qnhEngine = standardQnh;
     lineCount = 0;

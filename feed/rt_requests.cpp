@@ -13,9 +13,14 @@
 #include "feed/request_shape.h"
 #include "feed/rt_client.h"
 
+#include <mutex>
+
 namespace orv {
 
 namespace {
+
+std::mutex serverNameMutex; ///< a leaf lock
+std::string rtServerName;
 
 constexpr int bufferCount = 5;
 constexpr int bufferTimeSeconds = 6;
@@ -52,6 +57,18 @@ void lf_decodeMembers(RtClient& CLIENT, nlohmann::json& DATA)
 
 } // namespace
 
+std::string gf_rtServerName()
+{
+    std::lock_guard lock(serverNameMutex);
+    return rtServerName;
+}
+
+void gf_setRtServerName(const std::string& NAME)
+{
+    std::lock_guard lock(serverNameMutex);
+    rtServerName = NAME;
+}
+
 bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS)
 {
     bool ok = false;
@@ -67,7 +84,8 @@ bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS)
             if (!refused) {
                 CLIENT.rrl = gf_answerInt(answer, "rrl", startPaceMs);
                 CLIENT.wrrl = gf_answerInt(answer, "wrrl", startPaceMs);
-                gf_log(fmt::format("Authenticated at RT server \"{}\"", gf_answerText(answer, "server", "?")));
+                gf_setRtServerName(gf_answerText(answer, "server", "?"));
+                gf_log(fmt::format("Authenticated at RT server \"{}\"", gf_rtServerName()));
                 gf_setGuid(CLIENT, gf_answerText(answer, "GUID", "empty GUID?"));
                 rtConnected = true;
                 gf_repaint();

@@ -9,18 +9,30 @@
 
 #include <array>
 #include <cstring>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 
 namespace orv {
 
 std::string userTitle;
-std::string userTitleShown;
 std::atomic<double> userWingspan{0};
 std::atomic<ModelCategory> userCategory{ModelCategory::Light};
 std::atomic<bool> aircraftKnown{true};
 
 namespace {
+
+std::mutex titleShownMutex; ///< a leaf lock for the window's copy
+std::string userTitleShown;
+
+void lf_showTitle(const std::string& TEXT)
+{
+    {
+        std::lock_guard lock(titleShownMutex);
+        userTitleShown = TEXT;
+    }
+    gf_repaint();
+}
 
 constexpr std::string_view codeSuffix = ".0.text";
 constexpr std::string_view namedCodePrefix = "$$:";
@@ -50,8 +62,7 @@ std::string lf_codeBeforeSuffix(const std::string& MODEL, std::size_t AT)
 
 void lf_noModelText()
 {
-    userTitleShown = "Unknown (encrypted?) aircraft";
-    gf_repaint();
+    lf_showTitle("Unknown (encrypted?) aircraft");
     gf_showStatus("171: No model info from your user aircraft received in SimConnect, CRJ7 is taken instead", true);
     const double span = lf_span(fallbackAircraft);
     userWingspan = span != 0 ? span : maxHalfWingspan;
@@ -127,8 +138,7 @@ void lf_userTitleReply(const char* DATA)
     }
     if (title.size() > userTitleBytes) title.resize(userTitleBytes);
     if (title == userTitle) return;
-    userTitleShown = title;
-    gf_repaint();
+    lf_showTitle(title);
     userTitle = title;
     gf_log("SimConnect: User aircraft title: " + title);
 }
@@ -148,10 +158,16 @@ void lf_userModelReply(const char* DATA)
     }
 }
 
+std::string gf_userTitleShown()
+{
+    std::lock_guard lock(titleShownMutex);
+    return userTitleShown;
+}
+
 void gf_resetUserAircraft()
 {
     userTitle.clear();
-    userTitleShown.clear();
+    lf_showTitle({});
     userWingspan = 0;
     userCategory = ModelCategory::Light;
     aircraftKnown = true;

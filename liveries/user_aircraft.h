@@ -13,7 +13,8 @@
 namespace orv {
 
 extern std::string userTitle;      ///< at most 48 bytes; emptied at a restart
-extern std::string userTitleShown; ///< what the window shows
+/// What the window shows of the user aircraft; the window reads it whole here.
+std::string gf_userTitleShown();
 /// Half the wing span of the user aircraft, nautical miles; 0 until the first
 /// model reply. Read by the main thread without a lock.
 extern std::atomic<double> userWingspan;

@@ -155,7 +155,7 @@ TEST_F(UserAircraft, EmptyModelTextTakesTheSpanOfACrj)
     aircraftKnown = false;
     userCategory = ModelCategory::Heavy;
     lf_userModelReply("");
-    EXPECT_EQ(userTitleShown, "Unknown (encrypted?) aircraft");
+    EXPECT_EQ(gf_userTitleShown(), "Unknown (encrypted?) aircraft");
     EXPECT_EQ(userTitle, "Mystery jet");
     EXPECT_DOUBLE_EQ(userWingspan, gf_halfWingspan("CRJ7"));
     EXPECT_EQ(statusText, "171: No model info from your user aircraft received in SimConnect, CRJ7 is taken instead");
@@ -181,7 +181,7 @@ TEST_F(UserAircraft, TitleReplies)
     const std::string long49(49, 'T');
     lf_userTitleReply(long49.c_str());
     EXPECT_EQ(userTitle, std::string(48, 'T'));
-    EXPECT_EQ(userTitleShown, userTitle);
+    EXPECT_EQ(gf_userTitleShown(), userTitle);
     const std::string other49 = std::string(48, 'T') + "U";
     lf_userTitleReply(other49.c_str());
     const auto logged = log.text();

@@ -1,0 +1,239 @@
+// The window's web server on 127.0.0.1: the page, the bands pushed as
+// server-sent events (a band is sent only when its picture changed), and the
+// commands. A command changes state, so it is taken only as a JSON POST with
+// the process's token, from this server's own origin: a page of another site
+// can neither read the token nor send a form that passes.
+#include "ui/window.h"
+
+#include "core/log.h"
+#include "core/parameters.h"
+#include "ui/band_json.h"
+#include "ui/commands.h"
+#include "ui/page_files.h"
+
+#include <fmt/format.h>
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <random>
+#include <thread>
+
+namespace orv {
+
+namespace {
+
+constexpr auto bandPeriod = std::chrono::milliseconds(100);
+constexpr auto keepAlivePeriod = std::chrono::seconds(15);
+constexpr int reconnectMs = 1000;
+constexpr int forbidden = 403, notAllowed = 405, conflict = 409, badRequest = 400, unsupportedType = 415;
+
+struct WindowServer {
+    httplib::Server http;
+    std::thread thread;
+    int port = 0;
+    std::string token;    ///< in the page and nowhere else
+    std::string instance; ///< tells an open page that a new process answers
+    std::atomic<bool> stopping{false};
+};
+
+std::mutex serverMutex; ///< the pointer below; a leaf lock
+std::unique_ptr<WindowServer> server;
+
+std::string lf_randomHex(int BYTES)
+{
+    std::random_device random;
+    std::string text;
+    for (int k = 0; k < BYTES; ++k) text += fmt::format("{:02x}", random() & 0xFF);
+    return text;
+}
+
+bool lf_sameText(const std::string& A, const std::string& B)
+{
+    if (A.size() != B.size()) return false;
+    unsigned char differ = 0;
+    for (std::size_t k = 0; k < A.size(); ++k) differ |= static_cast<unsigned char>(A[k] ^ B[k]);
+    return differ == 0;
+}
+
+/// The names this server answers to; any other Host is a rebound name.
+bool lf_hostAllowed(const WindowServer& S, const std::string& HOST)
+{
+    return HOST == fmt::format("127.0.0.1:{}", S.port) || HOST == fmt::format("localhost:{}", S.port);
+}
+
+void lf_refuse(httplib::Response& RES, int STATUS, const std::string& WHY)
+{
+    RES.status = STATUS;
+    RES.set_content(nlohmann::json{{"ok", false}, {"error", WHY}}.dump(), "application/json");
+}
+
+/// Empty when the request may change state; else why not.
+std::string lf_commandRefusal(const WindowServer& S, const httplib::Request& REQ)
+{
+    if (!REQ.get_header_value("Content-Type").starts_with("application/json")) return "not a JSON request";
+    const std::string origin = REQ.get_header_value("Origin");
+    if (!origin.empty() && !lf_hostAllowed(S, origin.starts_with("http://") ? origin.substr(7) : origin))
+        return "foreign origin";
+    const std::string site = REQ.get_header_value("Sec-Fetch-Site");
+    if (!site.empty() && site != "same-origin") return "cross-site request";
+    if (!lf_sameText(REQ.get_header_value("X-Tavo-Token"), S.token)) return "no valid token";
+    return {};
+}
+
+void lf_command(WindowServer& S, const httplib::Request& REQ, httplib::Response& RES)
+{
+    if (const std::string refusal = lf_commandRefusal(S, REQ); !refusal.empty()) {
+        gf_log(fmt::format("! Window: a command was refused ({})", refusal));
+        lf_refuse(RES, refusal == "not a JSON request" ? unsupportedType : forbidden, refusal);
+        return;
+    }
+    nlohmann::json body = nlohmann::json::parse(REQ.body, nullptr, false);
+    if (!body.is_object() || !body.value("command", nlohmann::json()).is_string()) {
+        lf_refuse(RES, badRequest, "no command");
+        return;
+    }
+    const std::string command = body["command"], id = body.value("id", std::string());
+    nlohmann::json answer = {{"ok", true}};
+    if (command == "click") {
+        answer["ok"] = gf_click(id);
+    } else if (command == "enter") {
+        const std::optional<std::string> shown = gf_enter(id, body.value("text", std::string()));
+        answer["ok"] = shown.has_value();
+        if (shown) answer["shown"] = *shown;
+    } else if (command == "close") {
+        gf_closeCommand();
+    } else {
+        answer["ok"] = false;
+    }
+    if (!answer["ok"]) RES.status = conflict;
+    RES.set_content(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace), "application/json");
+}
+
+std::string lf_event(const char* NAME, const std::string& DATA) { return fmt::format("event: {}\ndata: {}\n\n", NAME, DATA); }
+
+/// One page's stream: a greeting, then each band whenever its picture changed.
+void lf_events(WindowServer& S, httplib::Response& RES)
+{
+    auto sent = std::make_shared<std::map<Band, std::string>>();
+    auto quietSince = std::make_shared<std::chrono::steady_clock::time_point>(std::chrono::steady_clock::now());
+    RES.set_header("Cache-Control", "no-store");
+    RES.set_chunked_content_provider("text/event-stream", [&S, sent, quietSince](std::size_t, httplib::DataSink& SINK) {
+        std::string out;
+        if (sent->empty()) {
+            out = fmt::format("retry: {}\n\n", reconnectMs) + lf_event("hello", nlohmann::json{{"instance", S.instance}}.dump());
+        } else {
+            std::this_thread::sleep_for(bandPeriod);
+        }
+        if (S.stopping) {
+            SINK.done();
+            return true;
+        }
+        for (Band band : allBands) {
+            std::string json = gf_bandJson(band);
+            if ((*sent)[band] == json) continue;
+            out += lf_event("band", json);
+            (*sent)[band] = std::move(json);
+        }
+        const auto now = std::chrono::steady_clock::now();
+        if (out.empty() && now - *quietSince >= keepAlivePeriod) out = ": still here\n\n";
+        if (out.empty()) return true;
+        *quietSince = now;
+        return SINK.write(out.data(), out.size());
+    });
+}
+
+std::string lf_page(const WindowServer& S)
+{
+    std::string page(gf_pageFile("window.html"));
+    for (const auto& [mark, value] : {std::pair{std::string("{{TOKEN}}"), S.token}, std::pair{std::string("{{INSTANCE}}"), S.instance}})
+        for (std::size_t at = page.find(mark); at != std::string::npos; at = page.find(mark)) page.replace(at, mark.size(), value);
+    return page;
+}
+
+void lf_routes(WindowServer& S)
+{
+    httplib::Server& h = S.http;
+    h.set_pre_routing_handler([&S](const httplib::Request& REQ, httplib::Response& RES) {
+        if (lf_hostAllowed(S, REQ.get_header_value("Host"))) return httplib::Server::HandlerResponse::Unhandled;
+        lf_refuse(RES, forbidden, "unknown host");
+        return httplib::Server::HandlerResponse::Handled;
+    });
+    h.set_default_headers({{"X-Content-Type-Options", "nosniff"},
+                           {"X-Frame-Options", "DENY"},
+                           {"Referrer-Policy", "no-referrer"},
+                           {"Cache-Control", "no-store"},
+                           {"Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'; form-action 'none'; "
+                                                       "base-uri 'none'; object-src 'none'"}});
+    h.Get("/", [&S](const httplib::Request&, httplib::Response& RES) { RES.set_content(lf_page(S), "text/html; charset=utf-8"); });
+    h.Get("/window.js", [](const httplib::Request&, httplib::Response& RES) {
+        RES.set_content(std::string(gf_pageFile("window.js")), "text/javascript; charset=utf-8");
+    });
+    h.Get("/window.css", [](const httplib::Request&, httplib::Response& RES) {
+        RES.set_content(std::string(gf_pageFile("window.css")), "text/css; charset=utf-8");
+    });
+    h.Get("/events", [&S](const httplib::Request&, httplib::Response& RES) { lf_events(S, RES); });
+    h.Post("/api/command", [&S](const httplib::Request& REQ, httplib::Response& RES) { lf_command(S, REQ, RES); });
+    const auto onlyPost = [](const httplib::Request&, httplib::Response& RES) {
+        RES.set_header("Allow", "POST");
+        lf_refuse(RES, notAllowed, "commands are POST only");
+    };
+    h.Get("/api/.*", onlyPost);
+    h.Put("/api/.*", onlyPost);
+    h.Delete("/api/.*", onlyPost);
+    h.Options("/api/.*", onlyPost);
+}
+
+} // namespace
+
+bool gf_openWindow()
+{
+    std::lock_guard lock(serverMutex);
+    if (server) return true;
+    auto s = std::make_unique<WindowServer>();
+    s->token = lf_randomHex(16);
+    s->instance = lf_randomHex(8);
+    s->http.set_keep_alive_timeout(1);
+    lf_routes(*s);
+    const int wanted = WINDOW_PORT.value;
+    s->port = wanted == 0 ? s->http.bind_to_any_port("127.0.0.1") : (s->http.bind_to_port("127.0.0.1", wanted) ? wanted : -1);
+    if (s->port <= 0) {
+        gf_logWarning(fmt::format("Window: 127.0.0.1:{} cannot be had, no window this time", wanted));
+        return false;
+    }
+    WindowServer* raw = s.get();
+    s->thread = std::thread([raw] { raw->http.listen_after_bind(); });
+    server = std::move(s);
+    gf_log(fmt::format("Window: http://127.0.0.1:{}/", server->port));
+    return true;
+}
+
+void gf_closeWindowServer()
+{
+    std::unique_ptr<WindowServer> s;
+    {
+        std::lock_guard lock(serverMutex);
+        s = std::move(server);
+    }
+    if (!s) return;
+    s->stopping = true;
+    s->http.stop();
+    if (s->thread.joinable()) s->thread.join();
+}
+
+int gf_windowPort()
+{
+    std::lock_guard lock(serverMutex);
+    return server ? server->port : 0;
+}
+
+std::string gf_windowAddress()
+{
+    const int port = gf_windowPort();
+    return port == 0 ? std::string() : fmt::format("http://127.0.0.1:{}/", port);
+}
+
+} // namespace orv
