@@ -27,8 +27,9 @@ namespace {
 
 constexpr int parkingPeriodTicks = 15;
 
-/// The range the user typed, kept while the automatic range rules.
-int manualRange = LATERAL_RANGE.defaultValue;
+/// The range the user typed, kept while the automatic range rules; none
+/// before the first switch to the automatic range (the default then).
+std::optional<int> manualRange;
 
 /// On: a message; off: the line is cleared (or the other way round).
 void lf_messageWhen(bool SHOW, const std::string& TEXT)
@@ -87,7 +88,8 @@ void lf_autoRangeCommand()
         manualRange = LATERAL_RANGE.value;
     } else {
         autoRangeActive = false;
-        LATERAL_RANGE.value = std::clamp(manualRange, LATERAL_RANGE.minimum, LATERAL_RANGE.maximum);
+        LATERAL_RANGE.value = std::clamp(manualRange.value_or(LATERAL_RANGE.defaultValue), LATERAL_RANGE.minimum,
+                                         LATERAL_RANGE.maximum);
     }
     rangeRequested = true;
 }
