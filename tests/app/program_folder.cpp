@@ -33,6 +33,7 @@ void makeProgramFolder(const fs::path& ROOT)
               "  <parameter name=\"MSFS_INSTALL_PATH\" value=\"" + (ROOT / "sim").string() + "\"/>\n"
               "  <parameter name=\"DOWNLOAD_URL\" value=\"file://" + (ROOT / "downloads").string() + "/\"/>\n"
               "  <parameter name=\"SCAN_AIRPORTS\" value=\"false\"/>\n"
+              "  <parameter name=\"WINDOW_PORT\" value=\"0\"/>\n"
               "  <parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>\n"
               "  <parameter name=\"lfolder0\" value=\"" + liveries.string() + "\"/>\n"
               "</parameters>\n");

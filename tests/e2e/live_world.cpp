@@ -216,6 +216,7 @@ void gf_writeProgramFolder(const fs::path& ROOT, const E2eCatalogue& CATALOGUE, 
               "  <parameter name=\"RT_API_URL\" value=\"" + SERVICE_URL + "\"/>\n"
               "  <parameter name=\"RT_LICENSE\" value=\"e2e\"/>\n"
               "  <parameter name=\"SCAN_AIRPORTS\" value=\"false\"/>\n"
+              "  <parameter name=\"WINDOW_PORT\" value=\"0\"/>\n"
               "  <parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>\n"
               "  <parameter name=\"lfolder0\" value=\"" + liveries.string() + "\"/>\n"
               "  <parameter name=\"LOG\" value=\"true\"/>\n"
