@@ -16,6 +16,5 @@ bool gf_userStandReserved() { return false; }
 void gf_saveLearnedChanges() {}
 void gf_clearWaitingAirports() {}
 void gf_applyStoredDestination() {}
-std::optional<LatLon> gf_airportPosition(const std::string&) { return std::nullopt; }
 
 } // namespace orv

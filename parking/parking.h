@@ -34,8 +34,6 @@ void gf_saveLearnedChanges();
 void gf_clearWaitingAirports();
 /// Looks DESTINATION up in the airport database and applies it when known.
 void gf_applyStoredDestination();
-/// An airport of the database by its ICAO code; none when it is unknown.
-std::optional<LatLon> gf_airportPosition(const std::string& ICAO);
 /// The elevation of the park airport in feet, when one is set.
 std::optional<double> gf_parkAirportElevation();
 /// A park airport is set and lies within NM nautical miles of POS.

@@ -8,6 +8,7 @@
 #include "core/log.h"
 #include "core/window_state.h"
 #include "feed/feed.h"
+#include "parking/airport_db.h"
 #include "parking/parking.h"
 #include "ui/controls.h"
 
@@ -206,7 +207,7 @@ void lf_newDestination(const std::string& TYPED)
         lf_showAndLog(fmt::format("destination \"{}\" was already set ...", code));
         return;
     }
-    if (!gf_airportPosition(code)) {
+    if (!gf_findAirport(code)) {
         lf_showAndLog(fmt::format("destination \"{}\" is unknown ...", code));
         return;
     }

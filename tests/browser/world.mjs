@@ -47,6 +47,14 @@ export class World {
     this.dir = fs.mkdtempSync(path.join(os.tmpdir(), 'tavo-window-'));
     for (const sub of ['docs', 'sim/Community', 'sim/Official', 'downloads', 'home/config/TAVO', 'home/data', 'home/run'])
       fs.mkdirSync(path.join(this.dir, sub), { recursive: true });
+    // A small airport database; the demo's data maker brings the rest.
+    fs.mkdirSync(path.join(this.dir, 'input'));
+    fs.writeFileSync(path.join(this.dir, 'input/airports_msfs.xml'), `<?xml version="1.0" encoding="UTF-8"?>
+<airports>
+  <airport alt="-11" lat="52.308601" lon="4.76389" iata="AMS" code="EHAM"/>
+  <airport alt="-15" lat="51.956902" lon="4.43722" iata="RTM" code="EHRD"/>
+</airports>
+`);
     execFileSync(path.join(top, 'demo/make-data'), [build, this.dir], { stdio: 'ignore' });
     [this.windowPort, this.servicePort, this.simPort, this.viewPort] =
       [await freePort(), await freePort(), await freePort(), await freePort()];

@@ -5,6 +5,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "parking/airport_db.h"
 #include "tests/support/temp_dir.h"
 #include "ui/commands.h"
 
@@ -121,6 +122,17 @@ TEST_F(CommandsTest, DestinationNeedsAKnownAirport)
     lf_newDestination("");
     EXPECT_EQ(shown(), "destination set to empty");
     EXPECT_TRUE(REREAD_BUTTON.enabled);
+
+    airportList.push_back({"EHAM", "AMS", 52.31, 4.76, -11});
+    destinationRequested = false;
+    lf_newDestination("eham");
+    EXPECT_EQ(shown(), "New destination: EHAM");
+    EXPECT_EQ(stored("DESTINATION"), "EHAM");
+    EXPECT_FALSE(REREAD_BUTTON.enabled);
+    EXPECT_TRUE(destinationRequested.exchange(false));
+    lf_newDestination("EHAM");
+    EXPECT_EQ(shown(), "destination \"EHAM\" was already set ...");
+    airportList.clear();
 }
 
 TEST_F(CommandsTest, InstallPathWithCommunityIsCutAndRestarts)
