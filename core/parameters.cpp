@@ -92,25 +92,24 @@ const std::string& lf_text(const std::string& VALUE) { return VALUE; }
 
 std::string lf_query(const std::string& NAME) { return "/parameters/parameter[@name='" + NAME + "']"; }
 
-template <typename T>
-void lf_saveValue(const ParameterOf<T>& PARAMETER)
+/// The file loads and has its root.
+bool lf_loadParameters(pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
 {
-    std::lock_guard lock(saveMutex);
-    const auto path = gf_parametersPath();
-    pugi::xml_document document;
-    document.load_file(path.c_str());
-    pugi::xml_node root = document.child("parameters");
-    if (!root) root = document.append_child("parameters");
-    pugi::xml_node entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
-    if (!entry) {
-        entry = root.append_child("parameter");
-        entry.append_attribute("name") = PARAMETER.name.c_str();
-    }
-    pugi::xml_attribute value = entry.attribute("value");
-    if (!value) value = entry.append_attribute("value");
-    value = lf_text(PARAMETER.value).c_str();
-    gf_log(fmt::format("{}={}", PARAMETER.name, lf_text(PARAMETER.value)));
-    if (!document.save_file(path.c_str(), "  ")) gf_log("saving xml did not work?");
+    return DOCUMENT.load_file(PATH.c_str()) && DOCUMENT.child("parameters");
+}
+
+/// A file that cannot be read is moved aside rather than overwritten: what
+/// it held may still be wanted by the user.
+void lf_keepDamaged(const std::filesystem::path& PATH)
+{
+    std::error_code failed;
+    if (!std::filesystem::exists(PATH, failed)) return;
+    const auto aside = PATH.parent_path() / "parameters.damaged.xml";
+    std::filesystem::rename(PATH, aside, failed);
+    if (failed)
+        gf_logWarning(fmt::format("{} unreadable and not kept: {}", PATH.string(), failed.message()));
+    else
+        gf_logWarning(fmt::format("{} unreadable, kept as {}", PATH.string(), aside.string()));
 }
 
 void lf_take(BoolParameter& P, const char* VALUE) { P.value = gf_readBool(VALUE); }
@@ -140,18 +139,49 @@ void lf_forEach(const ParameterLists& LISTS, F&& VISIT)
     for (auto* p : LISTS.textBoxes) VISIT(static_cast<TextParameter&>(*p));
 }
 
+/// Every parameter with its value in memory; a folder entry only when set.
+void lf_addAll(pugi::xml_node ROOT, const ParameterLists& LISTS, bool LOG_EACH)
+{
+    lf_forEach(LISTS, [&](auto& P) {
+        if (lf_isFolderEntry(P.name) && lf_text(P.value).empty()) return;
+        lf_addEntry(ROOT, P);
+        if (LOG_EACH) gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
+    });
+}
+
 void lf_writeDefaults(const ParameterLists& LISTS, const std::filesystem::path& PATH)
 {
+    lf_keepDamaged(PATH);
     gf_log(PATH.string() + " not found, default values taken:");
     PROGRAM_VERSION.value = std::string(programVersionText);
     pugi::xml_document document;
-    pugi::xml_node root = document.append_child("parameters");
-    lf_forEach(LISTS, [&](auto& P) {
-        if (lf_isFolderEntry(P.name)) return;
-        lf_addEntry(root, P);
-        gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
-    });
+    lf_addAll(document.append_child("parameters"), LISTS, true);
     gf_saveXml(document, PATH);
+}
+
+template <typename T>
+void lf_saveValue(const ParameterOf<T>& PARAMETER)
+{
+    std::lock_guard lock(saveMutex);
+    const auto path = gf_parametersPath();
+    pugi::xml_document document;
+    if (!lf_loadParameters(document, path)) {
+        // Never a file of one parameter: without a readable file the whole
+        // set in memory is written.
+        lf_keepDamaged(path);
+        document.reset();
+        lf_addAll(document.append_child("parameters"), gf_parameterLists(), false);
+    }
+    pugi::xml_node entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
+    if (!entry) {
+        entry = document.child("parameters").append_child("parameter");
+        entry.append_attribute("name") = PARAMETER.name.c_str();
+    }
+    pugi::xml_attribute value = entry.attribute("value");
+    if (!value) value = entry.append_attribute("value");
+    value = lf_text(PARAMETER.value).c_str();
+    gf_log(fmt::format("{}={}", PARAMETER.name, lf_text(PARAMETER.value)));
+    if (!gf_writeXmlFile(document, path)) gf_log("saving xml did not work?");
 }
 
 void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
@@ -228,7 +258,7 @@ void lf_readParameters(const ParameterLists& LISTS)
     pugi::xml_document document;
     {
         std::lock_guard lock(saveMutex);
-        if (document.load_file(path.c_str()) && document.child("parameters"))
+        if (lf_loadParameters(document, path))
             lf_readExisting(LISTS, document, path);
         else
             lf_writeDefaults(LISTS, path);

@@ -161,12 +161,15 @@ ParameterLists gf_parameterLists();
 /// The file in the user folder.
 std::filesystem::path gf_parametersPath();
 
-/// Reads parameters.xml, adds what it lacks, handles a version change.
+/// Reads parameters.xml, adds what it lacks, handles a version change. A
+/// damaged file is kept aside and replaced by the values in memory.
 void lf_readParameters(const ParameterLists& LISTS);
 /// Stores the version that runs; after an update forces both scans.
 void lf_versionUpdate();
 
-/// Stores one value in parameters.xml at once; callable from any thread.
+/// Stores one value in parameters.xml at once; callable from any thread. A
+/// file that cannot be read is kept aside as parameters.damaged.xml and the
+/// whole set in memory is written instead.
 void gf_save(const BoolParameter& PARAMETER);
 void gf_save(const IntParameter& PARAMETER);
 void gf_save(const TextParameter& PARAMETER);
