@@ -268,6 +268,24 @@ TEST_F(LinkWithSim, ANewFlightRestartsAfter45Seconds)
     EXPECT_EQ(countInLog("===> New file loaded"), 1);
 }
 
+TEST_F(LinkWithSim, EverySessionEndClosesItsConnection)
+{
+    connect();
+    const auto clients = [this] { return sim->state()["clients"].get<int>(); };
+    // Three restarts, then an end for good: none may leave its connection open.
+    for (const std::int32_t reason : {RESTART, RESTART_IPP, RESTART, USER_CLOSED_SIM}) {
+        EXPECT_EQ(clients(), 1) << gf_exitReasonName(reason);
+        gf_requestExit(reason, 1);
+        ASSERT_TRUE(eventually([] { return !exitInProgress && !gf_finalExitRunning(); }));
+        EXPECT_TRUE(eventually([&] { return clients() == 0; }))
+            << gf_exitReasonName(reason) << " left " << clients() << " connection(s) open";
+        if (reason == USER_CLOSED_SIM) break;
+        exitReason = NOT_YET_SET;
+        gf_startClientThread();
+        ASSERT_TRUE(eventually([] { return simRunning.load(); }));
+    }
+}
+
 TEST_F(LinkWithSim, ThirdRequestFailureStopsRequestsAndRestartsAfter10Seconds)
 {
     connect();
