@@ -44,7 +44,7 @@ void lf_dispatchLoop(const std::stop_token& STOP)
 {
     gf_timeBeginPeriod();
     while (!STOP.stop_requested()) {
-        SimConnect_CallDispatch(simHandle, dispatch, nullptr);
+        lf_dispatchWaiting();
         std::this_thread::sleep_until(std::chrono::steady_clock::now() + dispatchPause);
     }
     gf_timeEndPeriod();

@@ -97,16 +97,29 @@ TEST_F(LinkTest, WithoutSimulatorItWaitsAndConnectsWhenOneComes)
     EXPECT_EQ(countInLog("MSFS 2020 (11.0.282174.999) connected "), 1);
 }
 
-TEST_F(LinkTest, SimulatorOfTheOtherGenerationEndsTheClientWithError71)
+TEST_F(LinkTest, ARefusedSimulatorEndsTheClientWithItsError)
 {
-    SimProcess sim(dir.path(), {"--sim", "2024"}, false);
-    sim.writeConfig(dir.path());
-    gf_startClientThread();
-    ASSERT_TRUE(eventually([] { return !gf_clientThreadAlive(); }));
-    std::lock_guard lock(statusMutex);
-    EXPECT_EQ(errorText, "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of TAVO");
-    EXPECT_FALSE(simRunning);
-    EXPECT_FALSE(exitInProgress); // the user answers; the session is not ended here
+    // The refusal is thrown inside the dispatch, which the simulator's library
+    // calls: it has to reach the client thread's handlers past that library.
+    const struct {
+        std::vector<std::string> args;
+        const char* error;
+    } cases[] = {{{"--sim", "2024"}, "71: MSFS 2024 is running"},
+                 {{"--app-name", "Glider"}, "77: \"Glider\" not being MSFS 2020 or MSFS 2024 connects"}};
+    for (const auto& c : cases) {
+        gf_clearError();
+        SimProcess sim(dir.path(), c.args, false);
+        sim.writeConfig(dir.path());
+        gf_startClientThread();
+        ASSERT_TRUE(eventually([] { return !gf_clientThreadAlive(); })) << c.error;
+        {
+            std::lock_guard lock(statusMutex);
+            EXPECT_EQ(errorText.rfind(c.error, 0), 0u) << errorText;
+        }
+        EXPECT_FALSE(simRunning) << c.error;
+        EXPECT_FALSE(exitInProgress) << c.error; // the user answers; the session is not ended here
+        EXPECT_TRUE(eventually([&] { return sim.state()["clients"] == 0; })) << c.error << ": connection left open";
+    }
 }
 
 TEST_F(LinkWithSim, PauseRunAndQuitOnlyStopAndContinueTheFlight)
