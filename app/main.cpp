@@ -34,18 +34,12 @@ void lf_watchSignals()
     }).detach();
 }
 
-} // namespace
-
-int main()
+/// The steps before the window runs. Whatever fails here (the log, the
+/// folders, the instance lock's folder) ends the process with its message.
+void lf_prepareProcess()
 {
     using namespace orv;
-    if (!gf_acquireSingleInstance()) return -1;
-    try {
-        gf_openLog();
-    } catch (const SysErrorException& e) {
-        std::fprintf(stderr, "%s\n", e.what());
-        return 1;
-    }
+    gf_openLog();
     gf_setUserFolder();
     // The window needs its position before the parameters are read.
     gf_readWindowPosition(MAIN_WINDOW_X);
@@ -53,6 +47,22 @@ int main()
     gf_readEarly(WINDOW_PORT);
     std::error_code failed;
     std::filesystem::create_directories(userFolder, failed);
+}
+
+} // namespace
+
+int main()
+{
+    using namespace orv;
+    try {
+        if (!gf_acquireSingleInstance()) return -1;
+        lf_prepareProcess();
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        gf_log(e.what());
+        gf_releaseSingleInstance();
+        return 1;
+    }
     std::signal(SIGINT, lf_onSignal);
     std::signal(SIGTERM, lf_onSignal);
     lf_watchSignals();

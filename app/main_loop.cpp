@@ -120,9 +120,10 @@ void lf_windowRequests()
 
 void lf_blockCallsign()
 {
-    if (BLOCK_CALLSIGN.value.empty()) return;
+    const std::string blocked = gf_textOf(BLOCK_CALLSIGN);
+    if (blocked.empty()) return;
     for (act& record : liveList)
-        if (record.callsign == BLOCK_CALLSIGN.value && record.objectId != 0 && record.state == ActState::active)
+        if (record.callsign == blocked && record.objectId != 0 && record.state == ActState::active)
             gf_removeAct(record);
 }
 

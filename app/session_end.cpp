@@ -44,7 +44,7 @@ void lf_settleParametersForEnd()
     restartPending = false;
     DESTINATION.value.clear();
     gf_save(DESTINATION);
-    BLOCK_CALLSIGN.value.clear();
+    gf_setText(BLOCK_CALLSIGN, {});
     gf_save(BLOCK_CALLSIGN);
     gf_setTimeShift(0, true);
     if (!KEEP_SIM_TIME_PAR.value) {

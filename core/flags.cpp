@@ -27,14 +27,14 @@ std::atomic<bool> simRequestsOff{false};
 bool loopRunning = false;
 std::atomic<bool> flightStopped{false};
 std::atomic<bool> restartPending{false};
-bool parkRefreshPhase = false;
+std::atomic<bool> parkRefreshPhase{false};
 std::atomic<bool> parkBusy{false};
 
 std::atomic<std::int32_t> tickCount{0};
 std::atomic<double> lastSimUtc{0};
 std::atomic<std::int32_t> engineTick{0};
 std::atomic<std::int32_t> statusClock{0};
-std::int32_t notRunningCountdown = 100;
+std::atomic<std::int32_t> notRunningCountdown{100};
 unsigned hardwareThreads = 1;
 std::atomic<int> scanProgress{0};
 

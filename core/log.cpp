@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <filesystem>
 
 namespace orv {
 
@@ -66,7 +67,13 @@ void gf_clearError()
 
 void gf_openLog(const std::string& PATH)
 {
-    gf_keepOlderCopies(PATH);
+    // A log whose older generations cannot be kept is a log that cannot be
+    // written: one error, whatever the file system said.
+    try {
+        gf_keepOlderCopies(PATH);
+    } catch (const std::filesystem::filesystem_error&) {
+        throw SysErrorException(40, "Failed to write file " + PATH);
+    }
     std::lock_guard lock(logMutex);
     logStream.open(PATH, std::ios::out | std::ios::trunc);
     if (!logStream.is_open()) {

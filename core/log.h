@@ -42,7 +42,8 @@ void gf_clearStatus();
 void gf_clearError();
 
 /// Keeps Log0.txt and Log00.txt, then opens Log.txt and writes its head line.
-/// Throws SysErrorException 40 when the log cannot be written.
+/// Throws SysErrorException 40 when the log cannot be written or its older
+/// copies cannot be kept; no file system error leaves it.
 void gf_openLog(const std::string& PATH = "Log.txt");
 /// Logs the time and closes the log (the window's finish handling).
 void gf_closeLog();

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <regex>
 #include <tuple>
+#include <type_traits>
 
 namespace orv {
 
@@ -84,47 +85,53 @@ Button UNBLOCK_BUTTON("Unblock"), REREAD_BUTTON("Re-read"), FLUSH_STATIC_BUTTON(
 namespace {
 
 /// gf_save loads and writes the whole file: two saves must never overlap.
-/// A leaf lock: only logMutex is taken while holding it.
+/// Only textMutex and logMutex are taken while holding it.
 std::mutex saveMutex;
+/// Every text value read or written with gf_textOf / gf_setText. A leaf lock.
+std::mutex textMutex;
 
 std::string lf_text(bool VALUE) { return VALUE ? "true" : "false"; }
 std::string lf_text(int VALUE) { return std::to_string(VALUE); }
-const std::string& lf_text(const std::string& VALUE) { return VALUE; }
+
+/// A parameter's value as stored; a text is copied under its lock.
+std::string lf_valueText(const BoolParameter& P) { return lf_text(P.value); }
+std::string lf_valueText(const IntParameter& P) { return lf_text(P.value); }
+std::string lf_valueText(const TextParameter& P) { return gf_textOf(P); }
 
 std::string lf_query(const std::string& NAME) { return "/parameters/parameter[@name='" + NAME + "']"; }
 
-template <typename T>
-void lf_saveValue(const ParameterOf<T>& PARAMETER)
+/// The file loads and has its root.
+bool lf_loadParameters(pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
 {
-    std::lock_guard lock(saveMutex);
-    const auto path = gf_parametersPath();
-    pugi::xml_document document;
-    document.load_file(path.c_str());
-    pugi::xml_node root = document.child("parameters");
-    if (!root) root = document.append_child("parameters");
-    pugi::xml_node entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
-    if (!entry) {
-        entry = root.append_child("parameter");
-        entry.append_attribute("name") = PARAMETER.name.c_str();
-    }
-    pugi::xml_attribute value = entry.attribute("value");
-    if (!value) value = entry.append_attribute("value");
-    value = lf_text(PARAMETER.value).c_str();
-    gf_log(fmt::format("{}={}", PARAMETER.name, lf_text(PARAMETER.value)));
-    if (!document.save_file(path.c_str(), "  ")) gf_log("saving xml did not work?");
+    return DOCUMENT.load_file(PATH.c_str()) && DOCUMENT.child("parameters");
+}
+
+/// A file that cannot be read is moved aside rather than overwritten: what
+/// it held may still be wanted by the user.
+void lf_keepDamaged(const std::filesystem::path& PATH)
+{
+    std::error_code failed;
+    if (!std::filesystem::exists(PATH, failed)) return;
+    const auto aside = PATH.parent_path() / "parameters.damaged.xml";
+    std::filesystem::rename(PATH, aside, failed);
+    if (failed)
+        gf_logWarning(fmt::format("{} unreadable and not kept: {}", PATH.string(), failed.message()));
+    else
+        gf_logWarning(fmt::format("{} unreadable, kept as {}", PATH.string(), aside.string()));
 }
 
 void lf_take(BoolParameter& P, const char* VALUE) { P.value = gf_readBool(VALUE); }
 void lf_take(IntParameter& P, const char* VALUE) { P.value = gf_readInt(VALUE, P.minimum, P.maximum); }
-void lf_take(TextParameter& P, const char* VALUE) { P.value = VALUE; }
+void lf_take(TextParameter& P, const char* VALUE) { gf_setText(P, VALUE); }
 
 template <typename T>
 void lf_addEntry(pugi::xml_node ROOT, const ParameterOf<T>& P)
 {
+    const std::string value = lf_valueText(P);
     pugi::xml_node entry = ROOT.append_child("parameter");
     const bool added = entry && entry.append_attribute("name").set_value(P.name.c_str()) &&
-                       entry.append_attribute("value").set_value(lf_text(P.value).c_str());
-    if (!added) gf_log(fmt::format("{}adding init xml parameter {} with {} failed!", "===> ", P.name, lf_text(P.value)));
+                       entry.append_attribute("value").set_value(value.c_str());
+    if (!added) gf_log(fmt::format("{}adding init xml parameter {} with {} failed!", "===> ", P.name, value));
 }
 
 bool lf_isFolderEntry(const std::string& NAME) { return NAME.starts_with("lfolder"); }
@@ -141,18 +148,50 @@ void lf_forEach(const ParameterLists& LISTS, F&& VISIT)
     for (auto* p : LISTS.textBoxes) VISIT(static_cast<TextParameter&>(*p));
 }
 
+/// Every parameter with its value in memory; a folder entry only when set.
+void lf_addAll(pugi::xml_node ROOT, const ParameterLists& LISTS, bool LOG_EACH)
+{
+    lf_forEach(LISTS, [&](auto& P) {
+        if (lf_isFolderEntry(P.name) && lf_valueText(P).empty()) return;
+        lf_addEntry(ROOT, P);
+        if (LOG_EACH) gf_log(fmt::format("{}={}", P.name, lf_valueText(P)));
+    });
+}
+
 void lf_writeDefaults(const ParameterLists& LISTS, const std::filesystem::path& PATH)
 {
+    lf_keepDamaged(PATH);
     gf_log(PATH.string() + " not found, default values taken:");
     PROGRAM_VERSION.value = std::string(programVersionText);
     pugi::xml_document document;
-    pugi::xml_node root = document.append_child("parameters");
-    lf_forEach(LISTS, [&](auto& P) {
-        if (lf_isFolderEntry(P.name)) return;
-        lf_addEntry(root, P);
-        gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
-    });
+    lf_addAll(document.append_child("parameters"), LISTS, true);
     gf_saveXml(document, PATH);
+}
+
+template <typename T>
+void lf_saveValue(const ParameterOf<T>& PARAMETER)
+{
+    const std::string text = lf_valueText(PARAMETER);
+    std::lock_guard lock(saveMutex);
+    const auto path = gf_parametersPath();
+    pugi::xml_document document;
+    if (!lf_loadParameters(document, path)) {
+        // Never a file of one parameter: without a readable file the whole
+        // set in memory is written.
+        lf_keepDamaged(path);
+        document.reset();
+        lf_addAll(document.append_child("parameters"), gf_parameterLists(), false);
+    }
+    pugi::xml_node entry = document.select_node(lf_query(PARAMETER.name).c_str()).node();
+    if (!entry) {
+        entry = document.child("parameters").append_child("parameter");
+        entry.append_attribute("name") = PARAMETER.name.c_str();
+    }
+    pugi::xml_attribute value = entry.attribute("value");
+    if (!value) value = entry.append_attribute("value");
+    value = text.c_str();
+    gf_log(fmt::format("{}={}", PARAMETER.name, text));
+    if (!gf_writeXmlFile(document, path)) gf_log("saving xml did not work?");
 }
 
 void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
@@ -165,7 +204,7 @@ void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, 
         if (lf_isFolderEntry(P.name)) {
             if (!entry) return;
             lf_take(P, entry.attribute("value").as_string());
-            if (lf_text(P.value).empty()) {
+            if (lf_valueText(P).empty()) {
                 root.remove_child(entry);
                 gf_log("Parameter " + P.name + " removed");
             }
@@ -176,7 +215,7 @@ void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, 
             return;
         }
         lf_take(P, entry.attribute("value").as_string());
-        gf_log(fmt::format("{}={}", P.name, lf_text(P.value)));
+        gf_log(fmt::format("{}={}", P.name, lf_valueText(P)));
     });
     gf_saveXml(DOCUMENT, PATH);
 }
@@ -229,7 +268,7 @@ void lf_readParameters(const ParameterLists& LISTS)
     pugi::xml_document document;
     {
         std::lock_guard lock(saveMutex);
-        if (document.load_file(path.c_str()) && document.child("parameters"))
+        if (lf_loadParameters(document, path))
             lf_readExisting(LISTS, document, path);
         else
             lf_writeDefaults(LISTS, path);
@@ -295,9 +334,26 @@ int gf_readWindowPosition(IntParameter& PARAMETER)
     return PARAMETER.value;
 }
 
+std::string gf_textOf(const TextParameter& PARAMETER)
+{
+    std::lock_guard lock(textMutex);
+    return PARAMETER.value;
+}
+
+void gf_setText(TextParameter& PARAMETER, std::string VALUE)
+{
+    std::lock_guard lock(textMutex);
+    PARAMETER.value = std::move(VALUE);
+}
+
 void gf_resetParameters()
 {
-    lf_forEach(gf_parameterLists(), [](auto& P) { P.value = P.defaultValue; });
+    lf_forEach(gf_parameterLists(), [](auto& P) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(P)>, TextParameter>)
+            gf_setText(P, P.defaultValue);
+        else
+            P.value = P.defaultValue;
+    });
     ALL_INSTALL_PATH.value.clear();
     CALLSIGN_2_OBJECTID.value.clear();
     parking_percentage.value = parking_percentage.defaultValue;

@@ -2,8 +2,11 @@
 // (`LATERAL_RANGE.value`), and the store `parameters.xml` in the user folder.
 //
 // Values are plain: the window thread changes a bool or an integer with one
-// store and the main thread reads it at its own pace. Texts are changed only
-// while nothing reads them (commands that restart, FinalExit).
+// store and the main thread reads it at its own pace. A text is not one
+// store: one that another thread reads while it may change (BLOCK_CALLSIGN,
+// copied by the traffic reader for each answer) is read with gf_textOf and
+// changed with gf_setText. Other texts are changed only while nothing reads
+// them (commands that restart, FinalExit).
 #pragma once
 
 #include <cstdint>
@@ -163,17 +166,25 @@ ParameterLists gf_parameterLists();
 /// The file in the user folder.
 std::filesystem::path gf_parametersPath();
 
-/// Reads parameters.xml, adds what it lacks, handles a version change.
+/// Reads parameters.xml, adds what it lacks, handles a version change. A
+/// damaged file is kept aside and replaced by the values in memory.
 void lf_readParameters(const ParameterLists& LISTS);
 /// Stores the version that runs; after an update forces both scans.
 void lf_versionUpdate();
 
-/// Stores one value in parameters.xml at once; callable from any thread.
+/// Stores one value in parameters.xml at once; callable from any thread. A
+/// file that cannot be read is kept aside as parameters.damaged.xml and the
+/// whole set in memory is written instead.
 void gf_save(const BoolParameter& PARAMETER);
 void gf_save(const IntParameter& PARAMETER);
 void gf_save(const TextParameter& PARAMETER);
 /// Stores the value clamped into its limits first.
 void gf_saveClamped(IntParameter& PARAMETER);
+
+/// A text setting copied or changed whole, under a leaf lock of its own: for
+/// the texts that other threads read while the window or the exit changes them.
+std::string gf_textOf(const TextParameter& PARAMETER);
+void gf_setText(TextParameter& PARAMETER, std::string VALUE);
 
 /// Reading rules of the file: the first character decides a boolean; an
 /// integer is converted like atoi and clamped.

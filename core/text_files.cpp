@@ -8,15 +8,22 @@
 #include <pugixml.hpp>
 #include <utf8.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace orv {
 
 namespace fs = std::filesystem;
+
+std::atomic<bool> saveStopsBeforeRename{false};
 
 void gf_keepOlderCopies(const fs::path& PATH)
 {
@@ -114,9 +121,51 @@ std::string gf_wideToUtf8(std::wstring_view TEXT)
     return out;
 }
 
+namespace {
+
+/// Writes all of TEXT to a new file and forces it to the disk.
+bool lf_writeDurably(const fs::path& PATH, std::string_view TEXT)
+{
+    const int fd = ::open(PATH.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) return false;
+    bool ok = true;
+    for (std::size_t done = 0; ok && done < TEXT.size();) {
+        const ssize_t n = ::write(fd, TEXT.data() + done, TEXT.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        ok = n > 0;
+        if (ok) done += static_cast<std::size_t>(n);
+    }
+    ok = ok && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    if (!ok) ::unlink(PATH.c_str());
+    return ok;
+}
+
+/// The rename itself reaches the disk only with its folder.
+void lf_syncFolder(const fs::path& FOLDER)
+{
+    const int fd = ::open(FOLDER.empty() ? "." : FOLDER.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+} // namespace
+
+bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const fs::path& PATH)
+{
+    std::ostringstream text;
+    DOCUMENT.save(text, "  ");
+    const fs::path temporary = PATH.string() + ".tmp";
+    if (!lf_writeDurably(temporary, text.view()) || saveStopsBeforeRename) return false;
+    if (::rename(temporary.c_str(), PATH.c_str()) != 0) return false;
+    lf_syncFolder(PATH.parent_path());
+    return true;
+}
+
 bool gf_saveXml(const pugi::xml_document& DOCUMENT, const fs::path& PATH)
 {
-    const bool saved = DOCUMENT.save_file(PATH.c_str(), "  ");
+    const bool saved = gf_writeXmlFile(DOCUMENT, PATH);
     gf_log(saved ? fmt::format("\"{}\" saved", PATH.string()) : fmt::format("could not save to \"{}\"", PATH.string()));
     return saved;
 }

@@ -2,6 +2,7 @@
 // character encodings, line reading, writing, emptying folders.
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -40,7 +41,15 @@ std::string gf_utf16ToUtf8(std::string_view BYTES, bool BIG_ENDIAN_ORDER);
 std::wstring gf_utf8ToWide(std::string_view TEXT);
 std::string gf_wideToUtf8(std::wstring_view TEXT);
 
-/// Saves an XML document and logs the outcome; answers whether it worked.
+/// Test hook: a save writes its temporary file and stops before the rename,
+/// as a kill at that moment would leave it.
+extern std::atomic<bool> saveStopsBeforeRename;
+
+/// Writes an XML document whole or not at all: into "<path>.tmp" in the same
+/// folder, forced to the disk, then renamed over PATH. A kill at any moment
+/// leaves the old file or the new one. Answers whether it worked; no log.
+bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH);
+/// gf_writeXmlFile, and logs the outcome.
 bool gf_saveXml(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH);
 
 /// The file's lines without line ends; nothing when unreadable or empty.

@@ -240,7 +240,7 @@ DecodeView gf_takeDecodeView()
     view.rangeNm = rangeNm;
     view.autoRangeActive = autoRangeActive;
     view.park = gf_parkView();
-    view.blockCallsign = BLOCK_CALLSIGN.value;
+    view.blockCallsign = gf_textOf(BLOCK_CALLSIGN);
     view.lightAircraft = LIGHT_AIRCRAFT.value;
     view.highPerfAircraft = HIGH_PERF_AIRCRAFT.value;
     view.helicopters = HELICOPTERS.value;

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <limits>
+#include <new>
 #include <thread>
 
 #include <fmt/format.h>
@@ -57,6 +58,19 @@ void gf_setGuid(RtClient& CLIENT, const std::string& GUID)
 {
     std::lock_guard lock(CLIENT.guidLock);
     CLIENT.guid = GUID;
+}
+
+std::string gf_formBody(std::initializer_list<FormField> FIELDS)
+{
+    std::string body;
+    for (const FormField& field : FIELDS) {
+        char* escaped = curl_easy_escape(nullptr, field.value.data(), static_cast<int>(field.value.size()));
+        if (escaped == nullptr) throw std::bad_alloc();
+        if (!body.empty()) body += '&';
+        body.append(field.name).append("=").append(escaped);
+        curl_free(escaped);
+    }
+    return body;
 }
 
 std::size_t callbackwriter(char* DATA, std::size_t SIZE, std::size_t COUNT, void* TARGET)

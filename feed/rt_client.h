@@ -5,10 +5,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <curl/curl.h>
@@ -91,6 +93,15 @@ bool gf_clientIsCurrent(const RtClient& CLIENT);
 /// and the logout on other threads than the reader's.
 std::string gf_guidOf(const RtClient& CLIENT);
 void gf_setGuid(RtClient& CLIENT, const std::string& GUID);
+
+/// One field of a form body: its name (ours, plain) and its value.
+struct FormField {
+    std::string_view name;
+    std::string value;
+};
+/// "name=value&name=value", every value escaped: a licence or a station may
+/// hold & = + % or blanks.
+std::string gf_formBody(std::initializer_list<FormField> FIELDS);
 
 /// libcurl's write callback: appends to the target text.
 std::size_t callbackwriter(char* DATA, std::size_t SIZE, std::size_t COUNT, void* TARGET);

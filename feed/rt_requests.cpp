@@ -1,7 +1,8 @@
 // The requests of the traffic service's API: login, logout, nearest METAR
 // station, weather, parked, buffered and live traffic. Each holds its own
 // failures: a curl failure, an empty answer or an exception is logged in the
-// request's own words and the reader goes on.
+// request's own words and the reader goes on. Bodies are built by gf_formBody,
+// which escapes every value.
 #include <fmt/format.h>
 
 #include "core/log.h"
@@ -30,9 +31,17 @@ constexpr std::pair<const char*, int> bufferSlices[bufferCount] = {
 
 std::string lf_trafficBody(const std::string& GUID, const Box& BOX, const char* QUERY, std::int32_t TOFFSET)
 {
-    return fmt::format("GUID={}&top={:.2F}&bottom={:.2F}&left={:.2F}&right={:.2F}&querytype={}&toffset={}", GUID,
-                       BOX.top, BOX.bottom, BOX.left, BOX.right, QUERY, TOFFSET);
+    return gf_formBody({{"GUID", GUID},
+                        {"top", fmt::format("{:.2F}", BOX.top)},
+                        {"bottom", fmt::format("{:.2F}", BOX.bottom)},
+                        {"left", fmt::format("{:.2F}", BOX.left)},
+                        {"right", fmt::format("{:.2F}", BOX.right)},
+                        {"querytype", QUERY},
+                        {"toffset", std::to_string(TOFFSET)}});
 }
+
+/// A latitude or longitude as the service takes it.
+std::string lf_degrees(double VALUE) { return fmt::format("{:.4F}", VALUE); }
 
 /// The members of an answer's data object; null data has none.
 nlohmann::json& lf_dataObject(nlohmann::json& ANSWER)
@@ -73,8 +82,8 @@ bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS)
 {
     bool ok = false;
     try {
-        const std::string body =
-            fmt::format("license={}&software={}_{}", RT_LICENSE.value, programName, PROGRAM_VERSION.value);
+        const std::string body = gf_formBody(
+            {{"license", RT_LICENSE.value}, {"software", fmt::format("{}_{}", programName, PROGRAM_VERSION.value)}});
         if (gf_postForm(CLIENT, authShape, body)) {
             const auto answer = nlohmann::json::parse(CLIENT.content);
             STATUS = gf_answerStatus(answer);
@@ -106,7 +115,7 @@ bool lf_rtDeauthExchange(RtClient& CLIENT, std::int32_t& STATUS)
     const std::string guid = gf_guidOf(CLIENT);
     if (guid.empty()) return false;
     try {
-        if (!gf_postForm(CLIENT, deauthShape, fmt::format("GUID={}", guid))) return false;
+        if (!gf_postForm(CLIENT, deauthShape, gf_formBody({{"GUID", guid}}))) return false;
         const auto answer = nlohmann::json::parse(CLIENT.content);
         STATUS = gf_answerStatus(answer);
         if (STATUS != statusGood) {
@@ -132,8 +141,10 @@ bool lf_rtNearestMetar(RtClient& CLIENT, std::int32_t& STATUS)
     bool ok = false;
     try {
         const UserPosition position = gf_rtPosition();
-        const std::string body = fmt::format("GUID={}&toffset={}&lat={:.4F}&lon={:.4F}", guid, CLIENT.toffset.load(),
-                                             position.lat, position.lon);
+        const std::string body = gf_formBody({{"GUID", guid},
+                                              {"toffset", std::to_string(CLIENT.toffset)},
+                                              {"lat", lf_degrees(position.lat)},
+                                              {"lon", lf_degrees(position.lon)}});
         if (gf_postForm(CLIENT, nearestMetarShape, body)) {
             if (CLIENT.content.empty()) {
                 gf_log("nearest metar: empty content");
@@ -176,9 +187,13 @@ CycleEnd lf_rtWeather(RtClient& CLIENT, RtClient& TRAFFIC, std::int32_t& STATUS)
     try {
         const UserPosition position = gf_rtPosition();
         const long altitudeFt = position.altitudeFt < 1 ? 0 : static_cast<long>(position.altitudeFt);
-        const std::string body =
-            fmt::format("GUID={}&querytype=locwx&toffset={}&lat={:.4F}&lon={:.4F}&alt={}&airports={}", guid,
-                        CLIENT.toffset.load(), position.lat, position.lon, altitudeFt, gf_metarStation());
+        const std::string body = gf_formBody({{"GUID", guid},
+                                              {"querytype", "locwx"},
+                                              {"toffset", std::to_string(CLIENT.toffset)},
+                                              {"lat", lf_degrees(position.lat)},
+                                              {"lon", lf_degrees(position.lon)},
+                                              {"alt", std::to_string(altitudeFt)},
+                                              {"airports", gf_metarStation()}});
         if (!gf_postForm(CLIENT, weatherShape, body)) return CycleEnd::goOn;
         if (CLIENT.content.empty()) {
             gf_log("Empty content?, no QNH to be found");
@@ -228,8 +243,9 @@ bool lf_rtBufferTraffic(RtClient& CLIENT, std::int32_t& STATUS)
     if (guid.empty()) return false;
     bool ok = false;
     try {
-        const std::string body = lf_trafficBody(guid, gf_rtBox(), "locationtraffic", CLIENT.toffset)
-                                 + fmt::format("&buffercount={}&buffertime={}", bufferCount, bufferTimeSeconds);
+        const std::string body = lf_trafficBody(guid, gf_rtBox(), "locationtraffic", CLIENT.toffset) + "&" +
+                                 gf_formBody({{"buffercount", std::to_string(bufferCount)},
+                                              {"buffertime", std::to_string(bufferTimeSeconds)}});
         if (gf_postForm(CLIENT, bufferShape, body)) {
             if (CLIENT.content.empty()) {
                 gf_log("buffer traffic: empty content");

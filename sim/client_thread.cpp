@@ -1,7 +1,8 @@
 // The client thread: it opens the simulator session (retrying each second
 // while no simulator listens), sets it up, and calls the dispatch every
 // millisecond until it is told to stop. Its three exception handlers decide
-// what a failure means for the session.
+// what a failure means for the session; however it ends, it closes the
+// connection it opened.
 #include "sim/sim_session.h"
 
 #include "core/clock.h"
@@ -43,7 +44,7 @@ void lf_dispatchLoop(const std::stop_token& STOP)
 {
     gf_timeBeginPeriod();
     while (!STOP.stop_requested()) {
-        SimConnect_CallDispatch(simHandle, dispatch, nullptr);
+        lf_dispatchWaiting();
         std::this_thread::sleep_until(std::chrono::steady_clock::now() + dispatchPause);
     }
     gf_timeEndPeriod();
@@ -76,6 +77,28 @@ void lf_runClient(const std::stop_token& STOP)
     gf_rememberUserStand();
 }
 
+/// Ends the connection, if there is one: clears the definitions and events
+/// and closes the handle. Answers whether there was a connection.
+bool lf_closeConnection()
+{
+    simConnected = false;
+    gf_repaint();
+    bool closeFailed = false;
+    {
+        std::lock_guard lock(simLock);
+        if (simHandle == nullptr) return false;
+        for (const DWORD definition : {defUserTitle, defUserModel, defSimOnGround, defPosition, defUserState,
+                                       defControls, defInRange, defStaticShape, defLightOnStates})
+            SimConnect_ClearDataDefinition(simHandle, definition);
+        for (DWORD event = eventSim; event <= eventFlightLoaded; ++event)
+            SimConnect_UnsubscribeFromSystemEvent(simHandle, event);
+        closeFailed = SimConnect_Close(simHandle) != S_OK;
+        simHandle = nullptr;
+    }
+    if (closeFailed) gf_logWarning("SimConnect close failed!");
+    return true;
+}
+
 } // namespace
 
 void lf_clientThread(std::stop_token STOP)
@@ -99,26 +122,15 @@ void lf_clientThread(std::stop_token STOP)
         lf_closeSimSession();
         gf_rememberUserStand();
     }
+    // The thread owns the connection: whether it was stopped (a session end)
+    // or ended by an error, no handle outlives it.
+    lf_closeConnection();
     clientAlive = false;
 }
 
 void lf_closeSimSession()
 {
-    simConnected = false;
-    gf_repaint();
-    bool closeFailed = false;
-    {
-        std::lock_guard lock(simLock);
-        if (simHandle == nullptr) return;
-        for (const DWORD definition : {defUserTitle, defUserModel, defSimOnGround, defPosition, defUserState,
-                                       defControls, defInRange, defStaticShape, defLightOnStates})
-            SimConnect_ClearDataDefinition(simHandle, definition);
-        for (DWORD event = eventSim; event <= eventFlightLoaded; ++event)
-            SimConnect_UnsubscribeFromSystemEvent(simHandle, event);
-        closeFailed = SimConnect_Close(simHandle) != S_OK;
-        simHandle = nullptr;
-    }
-    if (closeFailed) gf_logWarning("SimConnect close failed!");
+    if (!lf_closeConnection()) return;
     if (!exitInProgress) {
         gf_log(fmt::format("{} Flight Simulator no longer connected, {} will stop ...", gf_timeOfDay(), programName));
         gf_requestExit(SIM_WAS_CLOSED, 0);
@@ -132,12 +144,7 @@ void gf_startClientThread()
         clientThread.request_stop();
         clientThread.join();
     }
-    {
-        // A session that was abandoned (a restart) leaves its handle behind;
-        // the new session opens its own.
-        std::lock_guard lock(simLock);
-        simHandle = nullptr;
-    }
+    // The joined thread closed its connection; the new one opens its own.
     clientAlive = true; // alive from now on, not from the thread's first step
     clientThread = std::jthread(lf_clientThread);
 }

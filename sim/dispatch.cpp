@@ -1,6 +1,7 @@
 // The dispatch: everything the simulator sends, sorted by record and by the
 // program's identifiers, on the client thread. It reaches the engine only
-// through gf_postMessage.
+// through gf_postMessage. What it throws is carried past the simulator's
+// library and raised again on the client thread.
 #include "sim/sim_session.h"
 #include "sim/sim_answers.h"
 
@@ -18,6 +19,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <exception>
 
 namespace orv {
 
@@ -152,6 +154,31 @@ void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void*)
     case 27: break;
     default: gf_log(fmt::format("! Unknown Dispatch dwID {}", RECORD->dwID)); break;
     }
+}
+
+namespace {
+
+/// What the simulator's library calls. That library is C: nothing may be
+/// thrown through it. The first exception of a call is kept in CONTEXT (an
+/// std::exception_ptr) and the rest of that call's records are skipped.
+void CALLBACK lf_dispatchFromLibrary(SIMCONNECT_RECV* RECORD, DWORD SIZE, void* CONTEXT) noexcept
+{
+    auto& kept = *static_cast<std::exception_ptr*>(CONTEXT);
+    if (kept) return;
+    try {
+        dispatch(RECORD, SIZE, nullptr);
+    } catch (...) {
+        kept = std::current_exception();
+    }
+}
+
+} // namespace
+
+void lf_dispatchWaiting()
+{
+    std::exception_ptr thrown;
+    SimConnect_CallDispatch(simHandle, lf_dispatchFromLibrary, &thrown);
+    if (thrown) std::rethrow_exception(thrown);
 }
 
 void lf_simOpened(const SIMCONNECT_RECV_OPEN& R)

@@ -22,7 +22,8 @@ double gf_simUtc();
 void lf_initSimQueues();
 /// Starts the client thread into its slot; an earlier one is stopped and joined first.
 void gf_startClientThread();
-/// Asks the client thread to stop (the final exit); joins it when JOIN.
+/// Asks the client thread to stop (the final exit); joins it when JOIN. The
+/// thread closes its simulator connection on its way out.
 void gf_stopClientThread(bool JOIN);
 /// The client thread is running.
 bool gf_clientThreadAlive();

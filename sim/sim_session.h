@@ -120,8 +120,11 @@ void lf_swapPositions();
 void lf_clientThread(std::stop_token STOP);
 void lf_setUpSimSession();
 void lf_closeSimSession();
-/// The dispatch function handed to SimConnect_CallDispatch.
+/// Sorts one record; what it throws is for lf_dispatchWaiting to carry.
 void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void* CONTEXT);
+/// SimConnect_CallDispatch on the session's handle. An exception of the
+/// dispatch is kept while the library runs and rethrown once it returned.
+void lf_dispatchWaiting();
 void lf_simOpened(const SIMCONNECT_RECV_OPEN& RECORD);
 void lf_simException(const SIMCONNECT_RECV_EXCEPTION& RECORD);
 void lf_simObjectData(const SIMCONNECT_RECV_SIMOBJECT_DATA& RECORD, DWORD SIZE);

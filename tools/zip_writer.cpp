@@ -5,6 +5,11 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+
 namespace orv {
 
 namespace {
@@ -17,6 +22,38 @@ bool lf_fail(zip_t* ARCHIVE, std::string* ERROR)
     if (ERROR) *ERROR = zip_strerror(ARCHIVE);
     zip_discard(ARCHIVE);
     return false;
+}
+
+/// Little-endian fields of a local file header.
+std::uint32_t lf_field(const std::string& BYTES, std::size_t AT, int WIDTH)
+{
+    std::uint32_t value = 0;
+    for (int k = WIDTH - 1; k >= 0; --k) value = value << 8 | static_cast<unsigned char>(BYTES[AT + k]);
+    return value;
+}
+
+/// Flips bytes in the middle of the stored data of each entry marked damaged.
+/// The local headers lie one after the other in ENTRIES' order.
+bool lf_spoil(const std::filesystem::path& PATH, const std::vector<ZipWriteEntry>& ENTRIES)
+{
+    constexpr std::size_t headerBytes = 30;
+    std::string bytes;
+    {
+        std::ifstream in(PATH, std::ios::binary);
+        bytes.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    std::size_t at = 0;
+    for (const auto& entry : ENTRIES) {
+        if (at + headerBytes > bytes.size() || lf_field(bytes, at, 4) != 0x04034b50) return false;
+        const std::size_t data = at + headerBytes + lf_field(bytes, at + 26, 2) + lf_field(bytes, at + 28, 2);
+        const std::size_t stored = lf_field(bytes, at + 18, 4);
+        if (entry.damaged && stored > 0)
+            for (std::size_t k = stored / 2; k < std::min(stored, stored / 2 + 8); ++k) bytes[data + k] ^= 0x5A;
+        at = data + stored;
+    }
+    std::ofstream out(PATH, std::ios::binary | std::ios::trunc);
+    out << bytes;
+    return static_cast<bool>(out);
 }
 
 } // namespace
@@ -47,6 +84,11 @@ bool gf_writeZip(const std::filesystem::path& PATH, const std::vector<ZipWriteEn
             return lf_fail(archive, ERROR);
     }
     if (zip_close(archive) != 0) return lf_fail(archive, ERROR);
+    const bool damage = std::any_of(ENTRIES.begin(), ENTRIES.end(), [](const ZipWriteEntry& E) { return E.damaged; });
+    if (damage && !lf_spoil(PATH, ENTRIES)) {
+        if (ERROR) *ERROR = "cannot spoil " + PATH.string();
+        return false;
+    }
     return true;
 }
 

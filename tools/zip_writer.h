@@ -13,6 +13,9 @@ struct ZipWriteEntry {
     std::string name;
     std::string content; ///< for a link: the path it points to
     bool link = false;
+    /// The stored data is spoiled after writing: the directory is sound, but
+    /// reading the entry fails its check, as after a broken transfer.
+    bool damaged = false;
 };
 
 /// Writes a new archive with ENTRIES in order; a name ending in '/' is a

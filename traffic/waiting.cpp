@@ -160,7 +160,8 @@ bool lf_passesGates(act& RECORD)
     if (maxLive != -1 && shown >= static_cast<std::size_t>(maxLive) &&
         lf_removeFarthest(gf_distance(lf_userPos(), gf_posOf(track.front()))))
         return lf_erased(RECORD, "MAX_LIVE reached");
-    if (!BLOCK_CALLSIGN.value.empty() && BLOCK_CALLSIGN.value == RECORD.callsign) return lf_erased(RECORD, "blocked");
+    if (const std::string blocked = gf_textOf(BLOCK_CALLSIGN); !blocked.empty() && blocked == RECORD.callsign)
+        return lf_erased(RECORD, "blocked");
     return true;
 }
 

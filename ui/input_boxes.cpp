@@ -158,7 +158,7 @@ bool procesTbFloat(FloatBox& BOX, const std::string& TYPED)
 void lf_unblock()
 {
     const std::string old = BLOCK_CALLSIGN.value;
-    BLOCK_CALLSIGN.value.clear();
+    gf_setText(BLOCK_CALLSIGN, {}); // the traffic reader copies it for each answer
     gf_save(BLOCK_CALLSIGN);
     UNBLOCK_BUTTON.enabled = false;
     lf_showAndLog(fmt::format("no more blocking of live aircraft \"{}\"", old));
@@ -182,7 +182,7 @@ void lf_newBlockCallsign(const std::string& TYPED)
         lf_showAndLog(fmt::format("callsign \"{}\" was already set ...", callsign));
         return;
     }
-    BLOCK_CALLSIGN.value = callsign;
+    gf_setText(BLOCK_CALLSIGN, callsign);
     gf_save(BLOCK_CALLSIGN);
     UNBLOCK_BUTTON.enabled = true;
     lf_showAndLog(fmt::format("live aircraft with callsign \"{}\" will be blocked", callsign));

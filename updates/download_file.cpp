@@ -94,7 +94,13 @@ bool gf_downloadFile(CURL* CURL_HANDLE, const std::string& URL, const fs::path& 
         curl_easy_setopt(CURL_HANDLE, CURLOPT_WRITEFUNCTION, lf_writeToFile);
         curl_easy_setopt(CURL_HANDLE, CURLOPT_WRITEDATA, file.get());
         curl_easy_setopt(CURL_HANDLE, CURLOPT_FAILONERROR, 1L);
-        return curl_easy_perform(CURL_HANDLE) == CURLE_OK;
+        const bool received = curl_easy_perform(CURL_HANDLE) == CURLE_OK;
+        // The last bytes reach the file only at the close: a full disk shows there.
+        if (std::fclose(file.release()) != 0) {
+            gf_log(fmt::format("could not write output file: {}", PATH.string()));
+            return false;
+        }
+        return received;
     } catch (const std::exception& e) {
         gf_log(fmt::format("downloader exception: \"{}\", {} => {}", e.what(), URL, PATH.string()));
         return false;

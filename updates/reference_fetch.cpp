@@ -17,6 +17,29 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Unpacks the archive's entries to TARGET, the last one standing. False
+/// when an entry cannot be read or written whole: a document cut short or
+/// left empty must never be taken for the document.
+bool lf_unpackDocument(ZipArchive& ARCHIVE, const fs::path& TARGET)
+{
+    for (const auto& entry : ARCHIVE.getEntries()) {
+        if (entry.isDirectory()) continue;
+        if (const auto why = gf_entryRefusal(entry); !why.empty()) {
+            gf_log(fmt::format("! archive entry \"{}\" of {} refused: it {}", entry.name, ARCHIVE.path(), why));
+            continue;
+        }
+        std::ofstream out(TARGET, std::ios::binary | std::ios::trunc);
+        const int code = ARCHIVE.readContent(entry, out);
+        out.close();
+        if (code != ZipArchive::ok || !out) {
+            gf_log(fmt::format("! archive entry \"{}\" of {} could not be unpacked, code {}", entry.name,
+                               ARCHIVE.path(), code));
+            return false;
+        }
+    }
+    return true;
+}
+
 bool lf_fetchDocument(std::string_view WORD, const fs::path& TARGET)
 {
     const fs::path local = fmt::format("{}.zip", WORD);
@@ -27,22 +50,11 @@ bool lf_fetchDocument(std::string_view WORD, const fs::path& TARGET)
         gf_log(fmt::format("downloading {} failed?", WORD));
     } else {
         ZipArchive archive(local.string(), "", ZipArchive::Encryption::None);
-        if (!archive.open(ZipArchive::ReadOnly, false)) {
+        fetched = archive.open(ZipArchive::ReadOnly, false) && lf_unpackDocument(archive, TARGET);
+        archive.close();
+        if (!fetched) {
             fs::remove(TARGET, ignored);
             gf_log(fmt::format("unzipping {} failed?", WORD));
-        } else {
-            // With more than one entry the last one stands.
-            for (const auto& entry : archive.getEntries()) {
-                if (entry.isDirectory()) continue;
-                if (const auto why = gf_entryRefusal(entry); !why.empty()) {
-                    gf_log(fmt::format("! archive entry \"{}\" of {} refused: it {}", entry.name, local.string(), why));
-                    continue;
-                }
-                std::ofstream out(TARGET, std::ios::binary | std::ios::trunc);
-                out << archive.readAsText(entry);
-            }
-            archive.close();
-            fetched = true;
         }
     }
     fs::remove(local, ignored);

@@ -95,9 +95,18 @@ int lf_unpackSimaddon(ZipArchive& ARCHIVE)
             lf_logRefused(entry, ARCHIVE.path(), "has no file name");
             continue;
         }
+        const fs::path target = mySimaddonFolder / (stem + ".txt");
+        std::ofstream out(target, std::ios::binary);
+        const int code = ARCHIVE.readContent(entry, out);
+        out.close();
+        if (code != ZipArchive::ok || !out) {
+            // No empty or partial airport file: it would read as an airport without stands.
+            lf_removeIfThere(target);
+            gf_log(fmt::format("! archive entry \"{}\" of {} could not be read, code {}", entry.name, ARCHIVE.path(),
+                               code));
+            continue;
+        }
         ++count;
-        std::ofstream out(mySimaddonFolder / (stem + ".txt"), std::ios::binary);
-        out << ARCHIVE.readAsText(entry);
     }
     return count;
 }

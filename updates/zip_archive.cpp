@@ -8,6 +8,7 @@
 
 #include <array>
 #include <memory>
+#include <sstream>
 
 namespace orv {
 
@@ -71,34 +72,30 @@ std::vector<ZipEntry> ZipArchive::getEntries(State STATE) const
     return entries;
 }
 
-int ZipArchive::readContent(const ZipEntry& ENTRY, std::ostream& OUT, State STATE) const
+int ZipArchive::readContent(const ZipEntry& ENTRY, std::ostream& OUT, State STATE, std::uint64_t LIMIT) const
 {
     if (!archive) return errorOpenFile;
     EntryFile file(zip_fopen_index(archive, ENTRY.index, lf_flags(STATE)));
     if (!file) return errorOpenFile;
     std::array<char, copyChunk> buffer;
+    std::uint64_t total = 0;
     while (true) {
         const auto got = zip_fread(file.get(), buffer.data(), buffer.size());
         if (got < 0) return errorRead;
         if (got == 0) break;
+        total += static_cast<std::uint64_t>(got);
+        if (total > LIMIT) return errorTooLarge;
         OUT.write(buffer.data(), got);
         if (!OUT) return errorWrite;
     }
     return ok;
 }
 
-std::string ZipArchive::readAsText(const ZipEntry& ENTRY, State STATE) const
+std::optional<std::string> ZipArchive::readAsText(const ZipEntry& ENTRY, State STATE, std::uint64_t LIMIT) const
 {
-    std::string text;
-    if (!archive) return text;
-    EntryFile file(zip_fopen_index(archive, ENTRY.index, lf_flags(STATE)));
-    if (!file) return text;
-    text.reserve(ENTRY.size);
-    std::array<char, copyChunk> buffer;
-    zip_int64_t got = 0;
-    while ((got = zip_fread(file.get(), buffer.data(), buffer.size())) > 0) text.append(buffer.data(), static_cast<std::size_t>(got));
-    if (got < 0) text.clear();
-    return text;
+    std::ostringstream text;
+    if (readContent(ENTRY, text, STATE, LIMIT) != ok) return std::nullopt;
+    return std::move(text).str();
 }
 
 std::string gf_entryRefusal(const ZipEntry& ENTRY)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -35,6 +36,11 @@ public:
     static constexpr int errorOpenFile = -1;
     static constexpr int errorRead = -2;
     static constexpr int errorWrite = -3;
+    static constexpr int errorTooLarge = -4;
+
+    /// The most bytes one entry may unpack to: a sane bound for any document
+    /// of ours, far below what a forged or broken archive may claim.
+    static constexpr std::uint64_t maxEntryBytes = std::uint64_t{256} << 20;
 
     explicit ZipArchive(std::string PATH, std::string PASSWORD = {}, Encryption ENCRYPTION = Encryption::None);
     ~ZipArchive();
@@ -49,10 +55,15 @@ public:
 
     /// Every entry, in archive order; empty when not open.
     [[nodiscard]] std::vector<ZipEntry> getEntries(State STATE = Current) const;
-    /// The whole entry as text; empty text when it cannot be read.
-    [[nodiscard]] std::string readAsText(const ZipEntry& ENTRY, State STATE = Current) const;
-    /// Copies the whole entry into OUT; one of the result codes above.
-    int readContent(const ZipEntry& ENTRY, std::ostream& OUT, State STATE = Current) const;
+    /// The whole entry as text; nothing when it cannot be opened or read to
+    /// its end, or unpacks to more than LIMIT bytes. The size the archive
+    /// claims is only a hint: it never decides what is reserved.
+    [[nodiscard]] std::optional<std::string> readAsText(const ZipEntry& ENTRY, State STATE = Current,
+                                                        std::uint64_t LIMIT = maxEntryBytes) const;
+    /// Copies the whole entry into OUT in chunks; one of the result codes
+    /// above (errorTooLarge past LIMIT bytes).
+    int readContent(const ZipEntry& ENTRY, std::ostream& OUT, State STATE = Current,
+                    std::uint64_t LIMIT = maxEntryBytes) const;
 
 private:
     std::string archivePath;

@@ -16,7 +16,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <string_view>
 
 using orv::SimConnection;
@@ -439,11 +442,27 @@ void lf_readAvailable(SimConnection& C)
     }
 }
 
+/// The real library is C: nothing the dispatch function throws can pass
+/// through it. A throw ends the process here, loudly, where the real one
+/// would leave the program in an undefined state.
+void lf_callDispatch(DispatchProc PROC, SIMCONNECT_RECV* RECORD, void* CONTEXT) noexcept
+{
+    try {
+        PROC(RECORD, RECORD->dwSize, CONTEXT);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "the dispatch function threw: %s\n", e.what());
+        std::abort();
+    } catch (...) {
+        std::fprintf(stderr, "the dispatch function threw\n");
+        std::abort();
+    }
+}
+
 void lf_deliverQuit(SimConnection& C, DispatchProc PROC, void* CONTEXT)
 {
     C.quitDelivered = true;
     auto& q = lf_newRecord<SIMCONNECT_RECV_QUIT>(C, SIMCONNECT_RECV_ID_QUIT);
-    PROC(&q, q.dwSize, CONTEXT);
+    lf_callDispatch(PROC, &q, CONTEXT);
 }
 
 } // namespace
@@ -451,8 +470,7 @@ void lf_deliverQuit(SimConnection& C, DispatchProc PROC, void* CONTEXT)
 namespace {
 
 /// Cuts the next record out of what was read; false when none is whole yet.
-/// A garbled stream counts as a lost connection. Only the parsing is guarded:
-/// whatever the dispatch function throws is the caller's to see.
+/// A garbled stream counts as a lost connection.
 bool lf_nextRecord(SimConnection& C)
 {
     orv::wire::Frame f;
@@ -476,7 +494,7 @@ HRESULT SimConnect_CallDispatch(HANDLE hSimConnect, DispatchProc pfcnDispatch, v
     while (lf_nextRecord(*c)) {
         auto* rec = reinterpret_cast<SIMCONNECT_RECV*>(c->record.data());
         if (rec->dwID == SIMCONNECT_RECV_ID_QUIT) c->quitDelivered = true; // the simulator's QUIT ends the stream
-        pfcnDispatch(rec, rec->dwSize, pContext);
+        lf_callDispatch(pfcnDispatch, rec, pContext);
         if (c->quitDelivered) return S_OK;
     }
     if (c->lost) {

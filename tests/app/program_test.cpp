@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
@@ -22,11 +23,17 @@ using test::TempDir;
 /// build/tavo started in the current folder (the test's temporary folder).
 class Program {
 public:
-    Program()
+    /// With ERRORS, the program's standard error goes to that file.
+    explicit Program(const fs::path& ERRORS = {})
     {
         const std::string path = (test::buildDir() / "tavo").string();
         char* argv[] = {const_cast<char*>(path.c_str()), nullptr};
-        if (posix_spawn(&pid_, path.c_str(), nullptr, nullptr, argv, environ) != 0) pid_ = -1;
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        if (!ERRORS.empty())
+            posix_spawn_file_actions_addopen(&actions, 2, ERRORS.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (posix_spawn(&pid_, path.c_str(), &actions, nullptr, argv, environ) != 0) pid_ = -1;
+        posix_spawn_file_actions_destroy(&actions);
     }
     ~Program()
     {
@@ -89,6 +96,17 @@ TEST(Program, MakesItsTreeAndParametersAndEndsCleanlyOnSigterm)
     EXPECT_NE(parameters.find("name=\"LATERAL_RANGE\" value=\"40\""), std::string::npos);
     for (const char* folder : {"output/info", "output/errors", "airports/learned/stock", "input/my_regcodes"})
         EXPECT_TRUE(fs::is_directory(folder)) << folder;
+}
+
+TEST(Program, ALogThatCannotBeKeptEndsWithError40NotAnAbort)
+{
+    TempDir dir;
+    test::makeProgramFolder(dir.path());
+    fs::create_directory("Log.txt"); // no log can be written or kept
+    Program tavo(dir / "errors.txt");
+    ASSERT_TRUE(tavo.started());
+    EXPECT_EQ(tavo.wait(), 1);
+    EXPECT_EQ(readFile(dir / "errors.txt"), "sys error 40: Failed to write file Log.txt\n");
 }
 
 } // namespace

@@ -8,7 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <regex>
+
+#include <unistd.h>
 
 namespace orv {
 namespace {
@@ -58,6 +61,45 @@ TEST(Log, ErrorsShowTheirCodeExceptNinetyNineAndAnUnwritableLogIsSystemError40)
     EXPECT_THAT([] { gf_openLog("no-such-folder/Log.txt"); },
                 ::testing::ThrowsMessage<SysErrorException>("sys error 40: Failed to write file "
                                                             "no-such-folder/Log.txt"));
+}
+
+TEST(Log, EveryFileSystemFailureAtOpeningIsSystemError40)
+{
+    namespace fs = std::filesystem;
+    struct Case {
+        const char* what;
+        std::function<void()> prepare;
+        std::string path;
+    };
+    std::vector<Case> cases = {
+        {"Log.txt is a folder", [] { fs::create_directory("Log.txt"); }, "Log.txt"},
+        {"Log0.txt is a folder", [] { writeFile("Log.txt", "old"); fs::create_directory("Log0.txt"); }, "Log.txt"},
+        {"Log00.txt is a folder", [] { writeFile("Log0.txt", "older"); fs::create_directory("Log00.txt"); }, "Log.txt"},
+        {"the folder is a regular file", [] { writeFile("plain", "x"); }, "plain/Log.txt"},
+    };
+    // Root writes into a read-only folder anyway; only others can see this one.
+    if (::geteuid() != 0)
+        cases.push_back({"read-only folder", [] {
+                             writeFile("ro/Log.txt", "old");
+                             fs::permissions("ro", fs::perms::owner_read | fs::perms::owner_exec);
+                         }, "ro/Log.txt"});
+    for (const Case& c : cases) {
+        TempDir dir;
+        c.prepare();
+        try {
+            gf_openLog(c.path);
+            ADD_FAILURE() << c.what << ": opened";
+        } catch (const SysErrorException& e) {
+            EXPECT_EQ(e.code, 40) << c.what;
+            EXPECT_EQ(std::string(e.what()), "sys error 40: Failed to write file " + c.path) << c.what;
+        } catch (const std::exception& e) {
+            ADD_FAILURE() << c.what << ": " << e.what();
+        }
+        std::lock_guard lock(logMutex);
+        EXPECT_FALSE(logStream.is_open()) << c.what;
+        logStream.close();
+        if (fs::exists("ro")) fs::permissions("ro", fs::perms::owner_all);
+    }
 }
 
 TEST(MessageArea, StatusNeverReplacesErrorAndEmptyStatusIsNotLogged)

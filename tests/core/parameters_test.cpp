@@ -2,6 +2,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/text_files.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 namespace orv {
 namespace {
 
+using test::readFile;
 using test::TempDir;
 using test::writeFile;
 
@@ -29,6 +31,20 @@ protected:
     void writeParameters(const std::string& ENTRIES)
     {
         writeFile(gf_parametersPath(), "<?xml version=\"1.0\"?>\n<parameters>\n" + ENTRIES + "</parameters>\n");
+    }
+    /// How many parameters the file holds.
+    static std::size_t storedCount()
+    {
+        pugi::xml_document document;
+        document.load_file(gf_parametersPath().c_str());
+        return document.select_nodes("/parameters/parameter").size();
+    }
+    /// Every stored parameter: all of the lists but the empty folder entries.
+    static std::size_t fullCount()
+    {
+        const auto lists = gf_parameterLists();
+        return lists.bools.size() + lists.checkBoxes.size() + lists.ints.size() + lists.intBoxes.size() +
+               lists.texts.size() - 10 + lists.textBoxes.size();
     }
     std::string storedValue(const std::string& NAME)
     {
@@ -59,12 +75,7 @@ TEST(ParameterReading, BooleansByFirstCharacterIntegersClampedHalfHoursToHours)
 TEST_F(ParametersTest, MissingFileGivesEveryDefaultWithoutFolderEntries)
 {
     lf_readParameters(gf_parameterLists());
-    pugi::xml_document document;
-    ASSERT_TRUE(document.load_file(gf_parametersPath().c_str()));
-    const auto lists = gf_parameterLists();
-    size_t expected = lists.bools.size() + lists.checkBoxes.size() + lists.ints.size() + lists.intBoxes.size() +
-                      lists.texts.size() - 10 + lists.textBoxes.size();
-    EXPECT_EQ(document.select_nodes("/parameters/parameter").size(), expected);
+    EXPECT_EQ(storedCount(), fullCount());
     EXPECT_EQ(storedValue("LATERAL_RANGE"), "40");
     EXPECT_EQ(storedValue("MSFS_2020"), "true");
     EXPECT_EQ(storedValue("CUSTOM_MAX_PARK"), "-1");
@@ -109,13 +120,70 @@ TEST_F(ParametersTest, AnotherVersionIsStoredAndOnlyAnUpdateForcesBothScansAndDr
     }
 }
 
-TEST_F(ParametersTest, DamagedFileIsReplacedByDefaults)
+TEST_F(ParametersTest, DamagedFileIsKeptAsideAndReplacedByTheWholeSet)
 {
-    writeFile(gf_parametersPath(), "<parameters><parameter name=");
+    const std::string damaged = "<parameters><parameter name=";
+    writeFile(gf_parametersPath(), damaged);
     LATERAL_RANGE.value = 77;
     lf_readParameters(gf_parameterLists());
     EXPECT_EQ(LATERAL_RANGE.value, 77) << "values in memory are kept, the file gets the defaults";
     EXPECT_EQ(storedValue("LATERAL_RANGE"), "77");
+    EXPECT_EQ(readFile(userFolder / "parameters.damaged.xml"), damaged);
+    AIRPORT_RANGE.value = 25;
+    gf_save(AIRPORT_RANGE);
+    EXPECT_EQ(storedCount(), fullCount());
+    EXPECT_EQ(storedValue("AIRPORT_RANGE"), "25");
+}
+
+TEST_F(ParametersTest, ASaveWithoutAReadableFileWritesEveryParameter)
+{
+    struct Case {
+        const char* what;
+        const char* text; ///< nullptr: no file at all
+    } cases[] = {{"no file", nullptr}, {"cut off", "<?xml version=\"1.0\"?>\n<parameters>\n<parameter na"},
+                 {"other root", "<settings/>"}, {"empty", ""}};
+    lfolder[1].value = "/my/liveries";
+    for (const Case& c : cases) {
+        std::filesystem::remove(gf_parametersPath());
+        std::filesystem::remove(userFolder / "parameters.damaged.xml");
+        if (c.text != nullptr) writeFile(gf_parametersPath(), c.text);
+        MAX_LIVE.value = 120;
+        gf_save(MAX_LIVE);
+        EXPECT_EQ(storedCount(), fullCount() + 1) << c.what << ": the whole set and the folder entry";
+        EXPECT_EQ(storedValue("MAX_LIVE"), "120") << c.what;
+        EXPECT_EQ(storedValue("lfolder1"), "/my/liveries") << c.what;
+        if (c.text != nullptr) {
+            EXPECT_EQ(readFile(userFolder / "parameters.damaged.xml"), c.text) << c.what << ": kept aside";
+        }
+    }
+}
+
+TEST_F(ParametersTest, ASaveCutShortLeavesTheOldFileWhole)
+{
+    gf_openLog("Log.txt");
+    lf_readParameters(gf_parameterLists());
+    const std::string before = readFile(gf_parametersPath());
+    const std::filesystem::path temporary = gf_parametersPath().string() + ".tmp";
+    // Killed between writing and renaming: the old file stands, whole.
+    LATERAL_RANGE.value = 12;
+    saveStopsBeforeRename = true;
+    gf_save(LATERAL_RANGE);
+    saveStopsBeforeRename = false;
+    EXPECT_TRUE(readFile(gf_parametersPath()) == before) << "a save cut short changed the file";
+    // The temporary file cannot be written: the same.
+    std::filesystem::remove(temporary);
+    std::filesystem::create_directory(temporary);
+    gf_save(LATERAL_RANGE);
+    EXPECT_TRUE(readFile(gf_parametersPath()) == before) << "a failed save changed the file";
+    EXPECT_NE(readFile("Log.txt").find("saving xml did not work?"), std::string::npos);
+    // The next good save replaces it and leaves no temporary file behind.
+    std::filesystem::remove(temporary);
+    gf_save(LATERAL_RANGE);
+    EXPECT_EQ(storedValue("LATERAL_RANGE"), "12");
+    EXPECT_EQ(storedCount(), fullCount());
+    EXPECT_FALSE(std::filesystem::exists(temporary));
+    std::lock_guard lock(logMutex);
+    logStream.close();
 }
 
 TEST_F(ParametersTest, SavesFromManyThreadsAllLand)

@@ -154,6 +154,39 @@ TEST_F(Client, FormBodiesCarryTheirNumbersAsTheFormatsSay)
     for (const auto& request : requests()) EXPECT_EQ(request["status"], 200) << request.dump();
 }
 
+TEST_F(Client, FormValuesAreEscaped)
+{
+    // Every character that means something in a form body, and a blank.
+    const std::string licence = "A&B=C+D%25 E";
+    {
+        std::lock_guard lock(service->lock);
+        service->state.setup.licences = {licence};
+        service->state.setup.station = "E&H=M";
+    }
+    RT_LICENSE.value = licence;
+    const auto session = login();
+    ASSERT_TRUE(gf_rtSessionExists()) << "the service took the licence for another";
+    {
+        std::lock_guard lock(service->lock);
+        ASSERT_EQ(service->state.sessions.size(), 1u);
+        EXPECT_EQ(service->state.sessions[0].licence, licence);
+    }
+    std::int32_t status = 0;
+    EXPECT_TRUE(lf_rtNearestMetar(session->weather, status));
+    EXPECT_EQ(gf_metarStation(), "E&H=M");
+    lf_rtWeather(session->weather, session->traffic, status);
+    const struct {
+        const char* path;
+        std::string encoded;
+    } cases[] = {{"/v4/auth", "license=A%26B%3DC%2BD%2525%20E&software=TAVO_10.9.3"},
+                 {"/v4/weather", "&airports=E%26H%3DM"}};
+    for (const auto& c : cases) {
+        const auto sent = requestsTo(c.path);
+        ASSERT_FALSE(sent.empty()) << c.path;
+        EXPECT_NE(sent.back()["body"].get<std::string>().find(c.encoded), std::string::npos) << sent.back()["body"];
+    }
+}
+
 TEST_F(Client, PacesComeWithEachGoodAnswer)
 {
     const auto session = login();

@@ -1,8 +1,10 @@
 // The live decoder: a table of lines it keeps or refuses by its rules, then
 // the values it derives (altitude, track, bank, airspeed), the seen sets and
 // the blocked callsign.
+#include <atomic>
 #include <functional>
 #include <numbers>
+#include <thread>
 
 #include "core/sim_messages.h"
 #include "feed_test_support.h"
@@ -345,6 +347,26 @@ TEST_F(FeedTest, LinesThatAreNoArraysAreRefusedSilently)
         EXPECT_FALSE(decode(odd)) << odd.dump();
     }
     EXPECT_EQ(logText().find("exception in processLine"), std::string::npos);
+}
+
+TEST_F(FeedTest, TheBlockedCallsignIsCopiedWholeWhileTheWindowChangesIt)
+{
+    // The window changes the text while the traffic reader copies it for an
+    // answer: the copy is one text or the other, never a mix of both.
+    const std::string first(4096, 'A'), second(4096, 'B');
+    std::atomic<bool> done{false};
+    std::thread window([&] {
+        for (int k = 0; !done; ++k) gf_setText(BLOCK_CALLSIGN, k % 2 ? first : second);
+    });
+    int mixed = 0;
+    for (int k = 0; k < 200000 && mixed == 0; ++k) {
+        const std::string copy = gf_takeDecodeView().blockCallsign;
+        if (copy != first && copy != second && !copy.empty()) ++mixed;
+    }
+    done = true;
+    window.join();
+    EXPECT_EQ(mixed, 0) << "a copy held parts of both texts";
+    gf_setText(BLOCK_CALLSIGN, {});
 }
 
 } // namespace

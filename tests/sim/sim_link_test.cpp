@@ -97,16 +97,29 @@ TEST_F(LinkTest, WithoutSimulatorItWaitsAndConnectsWhenOneComes)
     EXPECT_EQ(countInLog("MSFS 2020 (11.0.282174.999) connected "), 1);
 }
 
-TEST_F(LinkTest, SimulatorOfTheOtherGenerationEndsTheClientWithError71)
+TEST_F(LinkTest, ARefusedSimulatorEndsTheClientWithItsError)
 {
-    SimProcess sim(dir.path(), {"--sim", "2024"}, false);
-    sim.writeConfig(dir.path());
-    gf_startClientThread();
-    ASSERT_TRUE(eventually([] { return !gf_clientThreadAlive(); }));
-    std::lock_guard lock(statusMutex);
-    EXPECT_EQ(errorText, "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of TAVO");
-    EXPECT_FALSE(simRunning);
-    EXPECT_FALSE(exitInProgress); // the user answers; the session is not ended here
+    // The refusal is thrown inside the dispatch, which the simulator's library
+    // calls: it has to reach the client thread's handlers past that library.
+    const struct {
+        std::vector<std::string> args;
+        const char* error;
+    } cases[] = {{{"--sim", "2024"}, "71: MSFS 2024 is running"},
+                 {{"--app-name", "Glider"}, "77: \"Glider\" not being MSFS 2020 or MSFS 2024 connects"}};
+    for (const auto& c : cases) {
+        gf_clearError();
+        SimProcess sim(dir.path(), c.args, false);
+        sim.writeConfig(dir.path());
+        gf_startClientThread();
+        ASSERT_TRUE(eventually([] { return !gf_clientThreadAlive(); })) << c.error;
+        {
+            std::lock_guard lock(statusMutex);
+            EXPECT_EQ(errorText.rfind(c.error, 0), 0u) << errorText;
+        }
+        EXPECT_FALSE(simRunning) << c.error;
+        EXPECT_FALSE(exitInProgress) << c.error; // the user answers; the session is not ended here
+        EXPECT_TRUE(eventually([&] { return sim.state()["clients"] == 0; })) << c.error << ": connection left open";
+    }
 }
 
 TEST_F(LinkWithSim, PauseRunAndQuitOnlyStopAndContinueTheFlight)
@@ -266,6 +279,24 @@ TEST_F(LinkWithSim, ANewFlightRestartsAfter45Seconds)
     sim->control("aircraft", "title=Another%20Aircraft");
     expectRestartAfter(45);
     EXPECT_EQ(countInLog("===> New file loaded"), 1);
+}
+
+TEST_F(LinkWithSim, EverySessionEndClosesItsConnection)
+{
+    connect();
+    const auto clients = [this] { return sim->state()["clients"].get<int>(); };
+    // Three restarts, then an end for good: none may leave its connection open.
+    for (const std::int32_t reason : {RESTART, RESTART_IPP, RESTART, USER_CLOSED_SIM}) {
+        EXPECT_EQ(clients(), 1) << gf_exitReasonName(reason);
+        gf_requestExit(reason, 1);
+        ASSERT_TRUE(eventually([] { return !exitInProgress && !gf_finalExitRunning(); }));
+        EXPECT_TRUE(eventually([&] { return clients() == 0; }))
+            << gf_exitReasonName(reason) << " left " << clients() << " connection(s) open";
+        if (reason == USER_CLOSED_SIM) break;
+        exitReason = NOT_YET_SET;
+        gf_startClientThread();
+        ASSERT_TRUE(eventually([] { return simRunning.load(); }));
+    }
 }
 
 TEST_F(LinkWithSim, ThirdRequestFailureStopsRequestsAndRestartsAfter10Seconds)

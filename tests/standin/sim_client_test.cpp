@@ -1,6 +1,7 @@
 // The stand-in client library against a real tavo-sim process: the stand-in's own contract, where TAVO's link
 // tests (tests/sim) do not already show it: pause, by-type replies and the recording, refusals and their
-// exceptions, the control actions, a scenario, and the ends of a connection.
+// exceptions, the control actions, a scenario, the ends of a connection, and the C boundary that a dispatch
+// function cannot throw through.
 #include "sim/simconnect_api.h"
 #include "tests/standin/sim_process.h"
 #include "tests/support/temp_dir.h"
@@ -14,6 +15,7 @@
 #include <map>
 #include <numbers>
 #include <set>
+#include <stdexcept>
 #include <thread>
 
 namespace orv::test {
@@ -295,6 +297,33 @@ TEST_F(SimClient, QuitTerminationAndLossOfTheConnectionArriveAsOneQuitToEveryCli
         }
         EXPECT_EQ(process.stop(), 0);
     }
+}
+
+/// A dispatch function that throws at the first record of ID.
+struct Thrower {
+    DWORD id;
+    static void onRecord(SIMCONNECT_RECV* P, DWORD, void* CTX)
+    {
+        if (P->dwID == static_cast<Thrower*>(CTX)->id) throw std::runtime_error("from the dispatch");
+    }
+};
+
+using SimClientDeathTest = SimClient;
+
+TEST_F(SimClientDeathTest, AThrowFromTheDispatchEndsTheProcessAsTheCLibraryWould)
+{
+    start();
+    SimConnect_SubscribeToSystemEvent(client.h, kEvSim, "Sim"); // told at once
+    Thrower thrower{SIMCONNECT_RECV_ID_EVENT};
+    // The forked child dispatches until the event comes and its handler throws.
+    EXPECT_DEATH(
+        {
+            for (int i = 0; i < 10000; ++i) {
+                SimConnect_CallDispatch(client.h, Thrower::onRecord, &thrower);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        },
+        "the dispatch function threw: from the dispatch");
 }
 
 } // namespace

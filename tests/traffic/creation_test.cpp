@@ -148,7 +148,7 @@ TEST_F(Creation, TheGatesOfAWaitingRecord)
         {.why = "one point", .points = {gf_pointAt(0, 5000, 180, now - 100000, 3000)}, .after = After::erased},
         {.why = "a ghost of a known aircraft", .points = airPoints(),
          .world = [](act& R) { R.callsign = "KLM123_"; ghostCallsigns.push_back("KLM123_"); }, .after = After::erased},
-        {.why = "a blocked callsign", .points = airPoints(), .world = [](act&) { BLOCK_CALLSIGN.value = "KLM123"; },
+        {.why = "a blocked callsign", .points = airPoints(), .world = [](act&) { gf_setText(BLOCK_CALLSIGN, "KLM123"); },
          .after = After::erased},
         {.why = "a take-off: ground and air points, the front goes",
          .points = {gf_pointAt(0, 0, 140, due), gf_pointAt(0, 500, 150, due + 300),

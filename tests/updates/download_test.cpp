@@ -78,6 +78,10 @@ TEST_F(Downloads, MissingFileIsAFailure)
     EXPECT_FALSE(gf_downloadFile(nullptr, server.base() + "absent.bin", "got.bin", true));
     EXPECT_FALSE(gf_downloadFile(curl.handle, server.base() + "absent.bin", "no/such/folder/got.bin", true));
     EXPECT_TRUE(log.contains("could not open output file: no/such/folder/got.bin"));
+    // A file whose last bytes never reach the disk is no download.
+    writeFile(served / "small.txt", "fits into the write buffer");
+    EXPECT_FALSE(gf_downloadFile(curl.handle, server.base() + "small.txt", "/dev/full", true));
+    EXPECT_TRUE(log.contains("could not write output file: /dev/full"));
 }
 
 TEST_F(Downloads, VersionFileIsReadByItsFirstLine)
@@ -206,6 +210,20 @@ TEST_F(AddonData, DamagedArchiveLeavesTheVersionForTheNextStart)
     EXPECT_TRUE(log.contains("could not open my_simaddon2024.zip"));
 }
 
+TEST_F(AddonData, AnEntryThatCannotBeReadIsLeftOut)
+{
+    writeFile(served / "mysimaddon24/version.json", "2.1.0");
+    std::string text;
+    for (int i = 0; i < 2000; ++i) text += "<stand name=\"A" + std::to_string(i) + "\"/>\n";
+    zip("mysimaddon24/my_simaddon2024.zip", {{"EHAM.xml", text}, {"EGLL.xml", text, false, true}});
+    MYSIMADDON24_VERSION.value = "2.0.9";
+    EXPECT_TRUE(gf_updateMySimaddon());
+    EXPECT_EQ(readFile(mySimaddonFolder / "EHAM.txt"), text);
+    EXPECT_FALSE(fs::exists(mySimaddonFolder / "EGLL.txt")) << "an empty or partial file was written";
+    EXPECT_TRUE(log.contains("! archive entry \"EGLL.xml\" of my_simaddon2024.zip could not be read, code -2"));
+    EXPECT_TRUE(log.contains("my_simaddon2024.zip unzipped 1 files"));
+}
+
 TEST_F(AddonData, NoVersionOnTheServer)
 {
     EXPECT_FALSE(gf_updateMySimaddon());
@@ -250,6 +268,30 @@ TEST_F(Downloads, ReferenceDocumentFailures)
     writeFile(served / "AIG-regcodes.zip", std::string("PK\x05\x06", 4) + std::string(18, '\0'));
     EXPECT_TRUE(gf_fetchAigRegcodes(inputFolder / "AIG-regcodes.xml")) << "an empty archive is no failure";
     EXPECT_FALSE(fs::exists(inputFolder / "AIG-regcodes.xml"));
+}
+
+TEST_F(Downloads, AReferenceDocumentThatCannotBeReadIsAFailureNotAnEmptyFile)
+{
+    fs::create_directories(inputFolder);
+    const std::string text = gf_scrambleDbaseText(test::PlainDbase{}.xml());
+    const struct {
+        const char* word;
+        bool (*fetch)(const fs::path&);
+    } documents[] = {{"dbase", gf_fetchDbase}, {"AIG-regcodes", gf_fetchAigRegcodes}};
+    for (const auto& d : documents) {
+        const fs::path target = inputFolder / (std::string(d.word) + ".xml");
+        writeFile(target, "stale");
+        zip(std::string(d.word) + ".zip", {{std::string(d.word) + ".xml", text, false, true}});
+        EXPECT_FALSE(d.fetch(target)) << d.word;
+        EXPECT_TRUE(log.contains(std::string("unzipping ") + d.word + " failed?")) << d.word;
+        EXPECT_FALSE(fs::exists(target)) << d.word << ": no file is left behind";
+    }
+    try {
+        gf_readDbase();
+        FAIL() << "a damaged database was read";
+    } catch (const SysErrorException& e) {
+        EXPECT_EQ(e.code, 23);
+    }
 }
 
 TEST_F(Downloads, ReferenceDatabaseFromTheServer)

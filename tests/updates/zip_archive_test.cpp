@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <optional>
 #include <sstream>
 
 namespace orv {
@@ -28,14 +30,49 @@ TEST(ZipArchiveTest, ListsAndReadsEntries)
     EXPECT_EQ(entries[2].size, big.size());
     EXPECT_FALSE(entries[2].link);
     EXPECT_TRUE(entries[3].link);
-    EXPECT_EQ(archive.readAsText(entries[0]), "first");
+    EXPECT_EQ(archive.readAsText(entries[0]), std::optional<std::string>("first"));
     std::ostringstream out;
     EXPECT_EQ(archive.readContent(entries[2], out), ZipArchive::ok);
     EXPECT_EQ(out.str(), big);
     archive.close();
     EXPECT_FALSE(archive.isOpen());
     EXPECT_TRUE(archive.getEntries().empty());
-    EXPECT_EQ(archive.readAsText(entries[0]), "");
+    EXPECT_FALSE(archive.readAsText(entries[0])) << "a closed archive reads nothing";
+}
+
+TEST(ZipArchiveTest, AnEntryThatCannotBeReadIsNoText)
+{
+    TempDir temp;
+    std::string text;
+    for (int i = 0; i < 4000; ++i) text += "<db airl=\"KLM\" reg=\"PH-" + std::to_string(i) + "\"/>\n";
+    ASSERT_TRUE(gf_writeZip("a.zip", {{"good.xml", text}, {"bad.xml", text, false, true}}));
+    ZipArchive archive("a.zip");
+    ASSERT_TRUE(archive.open());
+    const auto entries = archive.getEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(archive.readAsText(entries[0]), std::optional<std::string>(text));
+    EXPECT_FALSE(archive.readAsText(entries[1])) << "a damaged entry read as text";
+    std::ostringstream out;
+    EXPECT_EQ(archive.readContent(entries[1], out), ZipArchive::errorRead);
+    // An entry longer than the caller allows is refused, whole or in a stream.
+    EXPECT_FALSE(archive.readAsText(entries[0], ZipArchive::Current, text.size() - 1));
+    EXPECT_EQ(archive.readContent(entries[0], out, ZipArchive::Current, text.size() - 1), ZipArchive::errorTooLarge);
+}
+
+TEST(ZipArchiveTest, TheClaimedSizeIsNoReservation)
+{
+    TempDir temp;
+    ASSERT_TRUE(gf_writeZip("a.zip", {{"small.xml", "<small/>"}}));
+    ZipArchive archive("a.zip");
+    ASSERT_TRUE(archive.open());
+    // What the directory claims is only a hint: a lie of an exabyte reserves nothing.
+    for (const std::uint64_t claimed : {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{1} << 60, ~std::uint64_t{0}}) {
+        ZipEntry entry = archive.getEntries().at(0);
+        entry.size = claimed;
+        std::optional<std::string> text;
+        EXPECT_NO_THROW(text = archive.readAsText(entry)) << claimed;
+        EXPECT_EQ(text, std::optional<std::string>("<small/>")) << claimed;
+    }
 }
 
 TEST(ZipArchiveTest, MissingOrDamagedArchivesDoNotOpen)
