@@ -2,27 +2,16 @@
 #include "liveries/user_aircraft.h"
 #include "tests/liveries/dbase_fixture.h"
 
-#include "core/errors.h"
 #include "core/log.h"
-
-#include <fmt/format.h>
-#include <gtest/gtest.h>
 
 namespace orv {
 namespace {
 
-using test::LogCapture;
-using test::TempDir;
-
-constexpr double halfNm(double METRES) { return METRES * 0.5 / 1852.0; }
-
-class UserAircraft : public ::testing::Test {
+class UserAircraft : public test::LiveriesTest {
 protected:
-    TempDir temp;
-    LogCapture log;
     void SetUp() override
     {
-        test::loadDbase(test::PlainDbase{});
+        LiveriesTest::SetUp();
         gf_resetUserAircraft();
         gf_clearStatus();
     }
@@ -30,27 +19,18 @@ protected:
     {
         gf_resetUserAircraft();
         gf_clearStatus();
-        gf_clearDbase();
-    }
-    void fly(const std::string& TITLE, const std::string& MODEL)
-    {
-        lf_userTitleReply(TITLE.c_str());
-        lf_userModelReply(MODEL.c_str());
+        LiveriesTest::TearDown();
     }
 };
 
 TEST_F(UserAircraft, ModelCodeRules)
 {
-    struct Case {
-        const char* raw;
-        const char* title;
-        const char* model;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"A350-900", "", "A359"},
         {"N738B", "", "B38M"},
         {"TT:ATCCOM.AC_MODEL_B738.0.text", "", "B738"},
         {"ATCCOM.AC_MODEL B744.0.text", "", "B744"},
+        {"B738.0.text", "", "B738"},
         {"$$:A20N", "", "A20N"},
         {"$$:B", "", "$$:B"},
         {"737", "PMDG DG 737-800 KLM", "B738"},
@@ -60,93 +40,62 @@ TEST_F(UserAircraft, ModelCodeRules)
         {"737", "Boeing 737-800", "737"},
         {"C172", "", "C172"},
     };
-    for (const auto& c : cases) EXPECT_EQ(gf_userModelCode(c.raw, c.title), c.model) << c.raw << " / " << c.title;
+    for (const auto& [raw, title, model] : cases) EXPECT_EQ(gf_userModelCode(raw, title), model) << raw << " / " << title;
+    // Too little in front of the code's suffix: no aircraft is selected.
+    for (const char* raw : {".0.text", "B73.0.text"}) EXPECT_THROW(gf_userModelCode(raw, ""), std::out_of_range) << raw;
+    for (const char* raw : {".0.text", "ABC.0.text"})
+        EXPECT_EQ(test::gf_thrown([&] { lf_userModelReply(raw); }),
+                  "73: It looks like you have not selected an aircraft as user vehicle");
 }
 
-TEST_F(UserAircraft, TooLittleInFrontOfTheCodeSuffixIsOutOfRange)
-{
-    EXPECT_THROW(gf_userModelCode(".0.text", ""), std::out_of_range);
-    EXPECT_THROW(gf_userModelCode("B73.0.text", ""), std::out_of_range);
-    EXPECT_NO_THROW(gf_userModelCode("B738.0.text", ""));
-}
+struct ReplyCase {
+    const char* title;
+    const char* model;
+    const char* spanOf; ///< the model whose span is expected; "max" for the largest
+    ModelCategory category;
+    bool known;
+    std::string logged;      ///< a line the log must hold, or ""
+    std::string status = ""; ///< the status line
+};
 
-TEST_F(UserAircraft, NoAircraftSelectedIsError73)
+const std::string unknownSpan = "User aircraft wing span unknown, max is taken instead, please report in my Forum!";
+
+const ReplyCase replyCases[] = {
+    {"Some 737", "TT:ATCCOM.AC_MODEL_B738.0.text", "B738", ModelCategory::Large, true,
+     "SimConnect: User aircraft model: B738, half wing span: 17.9 meter, category: Large"},
+    {"Robinson", "R44", "R44", ModelCategory::Rotorcraft, true, ""}, // the mean of its category
+    {"Unknown type", "737", "737", ModelCategory::Light, true, ""},  // the span of the text "737"
+    {"Some homebuilt", "HOMEBUILT", "max", ModelCategory::Light, false,
+     "SimConnect: User aircraft model: HOMEBUILT, category: Light", unknownSpan},
+    // The title names the model when the model text cannot.
+    {"Aerosoft A320 Lufthansa", "AEROSOFT_A320_CFM", "A320", ModelCategory::Large, true,
+     "SimConnect: User aircraft model deduced from title: A320"},
+    // Only the equality with the largest span is tested: the largest aircraft takes the unknown route too.
+    {"Airbus A380", "A388", "max", ModelCategory::Heavy, false, "", unknownSpan},
+    // A camera or a ship makes the aircraft known again, with the span of an E190, and logs nothing more.
+    {"Drone", "camerapod", "E190", ModelCategory::Light, true, ""},
+    {"Boat", "Crew Vessel 1", "E190", ModelCategory::Light, true, ""},
+};
+
+TEST_F(UserAircraft, RepliesGiveSpanCategoryAndWhetherTheAircraftIsKnown)
 {
-    for (const char* model : {".0.text", "ABC.0.text"}) {
-        try {
-            lf_userModelReply(model);
-            ADD_FAILURE() << model;
-        } catch (const UserErrorException& e) {
-            EXPECT_EQ(e.code, 73);
-            EXPECT_STREQ(e.what(), "73: It looks like you have not selected an aircraft as user vehicle");
-        }
+    for (const auto& c : replyCases) {
+        gf_clearStatus();
+        lf_userTitleReply(c.title);
+        lf_userModelReply(c.model);
+        const double span = std::string(c.spanOf) == "max" ? maxHalfWingspan : gf_halfWingspan(c.spanOf);
+        EXPECT_DOUBLE_EQ(userWingspan, span) << c.model;
+        EXPECT_GT(userWingspan, 0.0) << c.model;
+        EXPECT_EQ(userCategory, c.category) << c.model;
+        EXPECT_EQ(aircraftKnown, c.known) << c.model;
+        EXPECT_TRUE(c.logged.empty() || log.contains(c.logged)) << c.logged;
+        EXPECT_EQ(statusText, c.status) << c.model;
     }
-}
-
-TEST_F(UserAircraft, KnownModelGivesItsSpanAndCategory)
-{
-    fly("Some 737", "TT:ATCCOM.AC_MODEL_B738.0.text");
-    EXPECT_DOUBLE_EQ(userWingspan, halfNm(35.79));
-    EXPECT_EQ(userCategory, ModelCategory::Large);
-    EXPECT_TRUE(aircraftKnown);
-    EXPECT_TRUE(log.contains("model raw: TT:ATCCOM.AC_MODEL_B738.0.text "));
-    EXPECT_TRUE(log.contains(fmt::format("SimConnect: User aircraft model: B738, half wing span: {:.1f} meter, category: Large",
-                                         35.79 / 2)));
-}
-
-TEST_F(UserAircraft, ModelWithoutItsOwnSpanTakesItsCategoryMean)
-{
-    fly("Robinson", "R44");
-    EXPECT_GT(userWingspan, 0.0);
-    EXPECT_EQ(userCategory, ModelCategory::Rotorcraft);
-    EXPECT_TRUE(aircraftKnown);
-    fly("Unknown type", "737");
-    EXPECT_DOUBLE_EQ(userWingspan, gf_halfWingspan("737")) << "the span of the text \"737\" follows";
-    EXPECT_EQ(userCategory, ModelCategory::Light);
-}
-
-TEST_F(UserAircraft, LongModelTextWithoutTitleHelpIsUnknown)
-{
-    fly("Some homebuilt", "HOMEBUILT");
-    EXPECT_DOUBLE_EQ(userWingspan, maxHalfWingspan);
-    EXPECT_FALSE(aircraftKnown);
-    EXPECT_EQ(statusText, "User aircraft wing span unknown, max is taken instead, please report in my Forum!");
-    EXPECT_TRUE(log.contains("User aircraft wing span unknown, max is taken instead, please report in my Forum!"));
-    EXPECT_TRUE(log.contains("SimConnect: User aircraft model: HOMEBUILT, category: Light"));
-}
-
-TEST_F(UserAircraft, TitleNamesTheModelWhenTheModelTextCannot)
-{
-    fly("Aerosoft A320 Lufthansa", "AEROSOFT_A320_CFM");
-    EXPECT_DOUBLE_EQ(userWingspan, halfNm(35.80));
-    EXPECT_TRUE(aircraftKnown);
-    EXPECT_EQ(userCategory, ModelCategory::Large);
-    EXPECT_TRUE(log.contains("SimConnect: User aircraft model deduced from title: A320"));
-    EXPECT_TRUE(log.contains(fmt::format("SimConnect: User aircraft model: AEROSOFT_A320_CFM, half wing span: {:.1f} meter, "
-                                         "category: Large", 35.80 / 2)));
+    log.expectLines({"model raw: TT:ATCCOM.AC_MODEL_B738.0.text ", unknownSpan,
+                     "SimConnect: User aircraft model: AEROSOFT_A320_CFM, half wing span: 17.9 meter, category: Large"});
+    EXPECT_EQ(log.text().find("SimConnect: User aircraft model: camerapod"), std::string::npos);
     EXPECT_EQ(gf_userModelFromTitle("Aerosoft A31"), "") << "shorter than the 13 bytes compared";
     EXPECT_EQ(gf_userModelFromTitle("Aerosoft A321 neo"), "A321");
-}
-
-TEST_F(UserAircraft, TheLargestAircraftTakesTheUnknownRouteToo)
-{
-    // Only the equality with the largest span is tested.
-    fly("Airbus A380", "A388");
-    EXPECT_DOUBLE_EQ(userWingspan, maxHalfWingspan);
-    EXPECT_FALSE(aircraftKnown);
-    EXPECT_EQ(userCategory, ModelCategory::Heavy);
-}
-
-TEST_F(UserAircraft, CameraAndShipKeepTheAircraftKnown)
-{
-    aircraftKnown = false;
-    fly("Drone", "camerapod");
-    EXPECT_TRUE(aircraftKnown);
-    EXPECT_DOUBLE_EQ(userWingspan, halfNm(28.72)) << "the span of an E190";
-    EXPECT_EQ(userCategory, ModelCategory::Light);
-    EXPECT_FALSE(log.contains("SimConnect: User aircraft model: camerapod")) << "nothing more is logged";
-    fly("Boat", "Crew Vessel 1");
-    EXPECT_TRUE(aircraftKnown);
 }
 
 TEST_F(UserAircraft, EmptyModelTextTakesTheSpanOfACrj)
@@ -163,27 +112,22 @@ TEST_F(UserAircraft, EmptyModelTextTakesTheSpanOfACrj)
     EXPECT_EQ(userCategory, ModelCategory::Heavy) << "kept as it was";
 }
 
-TEST_F(UserAircraft, ModelTextIsReadToItsFieldSize)
+TEST_F(UserAircraft, RepliesAreReadToTheirFieldSizes)
 {
     // 40 bytes, of which the field holds 32: the ".0.text" behind them is cut off.
     const std::string raw = std::string(28, 'X') + "B738.0.text!";
     lf_userTitleReply("Long");
     lf_userModelReply(raw.c_str());
     EXPECT_TRUE(log.contains("model raw: " + raw.substr(0, 32) + " "));
-}
-
-TEST_F(UserAircraft, TitleReplies)
-{
     lf_userTitleReply(nullptr);
-    EXPECT_EQ(userTitle, "");
     lf_userTitleReply("");
+    EXPECT_EQ(userTitle, "Long") << "no data and an empty title change nothing";
     EXPECT_TRUE(log.contains("! title of your ac is empty?"));
     const std::string long49(49, 'T');
     lf_userTitleReply(long49.c_str());
     EXPECT_EQ(userTitle, std::string(48, 'T'));
     EXPECT_EQ(userTitleShown, userTitle);
-    const std::string other49 = std::string(48, 'T') + "U";
-    lf_userTitleReply(other49.c_str());
+    lf_userTitleReply((std::string(48, 'T') + "U").c_str());
     const auto logged = log.text();
     const std::string line = "SimConnect: User aircraft title: " + std::string(48, 'T') + "\n";
     EXPECT_EQ(logged.find(line), logged.rfind(line)) << "the same first 48 bytes log nothing more";
