@@ -44,42 +44,27 @@ struct MatchCase {
 
 const MatchCase matchCases[] = {
     // The airframe's own livery wins over airline and model; depth 1 matches registrations only.
-    {"DLH", "A320", 4, "PHBXA", "1 KLM 738 PH-BXA"},
-    {"KLM", "B738", 1, "PH-BXA", "1 KLM 738 PH-BXA"},
-    {"KLM", "B738", 2, "PH-BXS", "1 KLM 738 special"},
-    {"KLM", "B738", 1, "", "0"},
-    {"PVT", "C172", 1, "", "0"},
+    {"DLH", "A320", 4, "PHBXA", "1 KLM 738 PH-BXA"}, {"KLM", "B738", 1, "PH-BXA", "1 KLM 738 PH-BXA"},
+    {"KLM", "B738", 2, "PH-BXS", "1 KLM 738 special"}, {"KLM", "B738", 1, "", "0"}, {"PVT", "C172", 1, "", "0"},
     // Depth 2: the airline's model, and ZZZ for private owners; no similar model.
-    {"KLM", "B738", 2, "", "2 ~B738"},
-    {"PVT", "C172", 2, "", "4 ZZZ C172 white"},
-    {"KLM", "B739", 2, "", "0"},
+    {"KLM", "B738", 2, "", "2 ~B738"}, {"PVT", "C172", 2, "", "4 ZZZ C172 white"}, {"KLM", "B739", 2, "", "0"},
     // Depth 3: a similar model of the airline.
-    {"KLM", "B739", 3, "", "3 ~B738"},
-    {"BAW", "A319", 3, "", "3 BAW 321"},
+    {"KLM", "B739", 3, "", "3 ~B738"}, {"BAW", "A319", 3, "", "3 BAW 321"},
     // A heavy never gets another airline's paint: at depth 4 the one without airline, no more.
-    {"KLM", "A359", 3, "", "0"},
-    {"KLM", "A359", 4, "", "4 Generic A359"},
-    {"KLM", "B77W", 4, "", "0"},
+    {"KLM", "A359", 3, "", "0"}, {"KLM", "A359", 4, "", "4 Generic A359"}, {"KLM", "B77W", 4, "", "0"},
     // Light models fall through to any airline's paint and to similar models; other small
     // categories draw from their own lists.
-    {"EZY", "SR22", 3, "", "5 AFR SR22"},
-    {"EZY", "C152", 3, "", "6 ~C172"},
-    {"EZY", "CL60", 4, "", "6 ZZZ C25C"},
+    {"EZY", "SR22", 3, "", "5 AFR SR22"}, {"EZY", "C152", 3, "", "6 ~C172"}, {"EZY", "CL60", 4, "", "6 ZZZ C25C"},
     {"EZY", "R44", 4, "", "6 ZZZ EC35 rescue"},
     // A freighter takes a passenger paint of its airline; a passenger aircraft never a cargo paint.
-    {"DLH", "B77W", 2, "", "2 DLH 77W", true},
-    {"GEC", "B77L", 2, "", "2 GEC 77L cargo", true},
+    {"DLH", "B77W", 2, "", "2 DLH 77W", true}, {"GEC", "B77L", 2, "", "2 GEC 77L cargo", true},
     {"GEC", "B77L", 4, "", "0"},
     // BAW's only A320 is special: no step 2, and as BAW has the model no similar one stands in.
-    {"BAW", "A320", 2, "", "0"},
-    {"BAW", "A320", 3, "", "0"},
-    {"BAW", "A320", 4, "", "4 Generic A320"},
+    {"BAW", "A320", 2, "", "0"}, {"BAW", "A320", 3, "", "0"}, {"BAW", "A320", 4, "", "4 Generic A320"},
     // PH-EZA: KLM's airframe flown by KLC; KLC's paint first, then KLM's. Without an
     // airline a live aircraft skips these tries, a static one does not.
-    {"KLC", "E190", 2, "PH-EZA", "2 KLC E190"},
-    {"TRA", "E190", 2, "PH-EZA", "2 KLM E190"},
-    {"", "E190", 3, "PH-EZA", "0"},
-    {"", "E190", 3, "PH-EZA", "2 KLM E190", false, true},
+    {"KLC", "E190", 2, "PH-EZA", "2 KLC E190"}, {"TRA", "E190", 2, "PH-EZA", "2 KLM E190"},
+    {"", "E190", 3, "PH-EZA", "0"}, {"", "E190", 3, "PH-EZA", "2 KLM E190", false, true},
 };
 
 class Matching : public ::testing::Test {

@@ -41,22 +41,17 @@ TEST(RegcodeLines, GiveTheirEntryAndTheirFaults)
         const char* logged = "";
     };
     const Case cases[] = {
-        {"", true, ""},
-        {"  \t ", true, ""},
-        {"Title A", true, "Title A:"},
-        {"Title B;PH-BXA", true, "Title B:PH-BXA#"},
+        {"", true, ""}, {"  \t ", true, ""}, {"Title A", true, "Title A:"}, {"Title B;PH-BXA", true, "Title B:PH-BXA#"},
         {"Title C;PH-BXB,PH-BXA", true, "Title C:PH-BXA,PH-BXB"},
         {"Title D;PH-BXA,PH-BXB;#", true, "Title D:PH-BXA,PH-BXB#"},
         {"Title E;PH-BXA,PH-BXB;x", true, "Title E:PH-BXA,PH-BXB"},
         {"Title F;ABCDEFGHIJKLM", false, "", "wrong regcode length \"ABCDEFGHIJKLM\" in f.txt"},
         {"Title G;ABCDEFGHIJKLM,PH-BXA", false, "Title G:PH-BXA", "wrong regcode length \"ABCDEFGHIJKLM\" in f.txt"},
         {"Title H;AB", true, "Title H:AB#"},
-        {"Title I;AB,PH-BXA", false, "Title I:PH-BXA", "wrong regcode length \"AB\" in f.txt"},
-        {"Title J;", true, ""},
+        {"Title I;AB,PH-BXA", false, "Title I:PH-BXA", "wrong regcode length \"AB\" in f.txt"}, {"Title J;", true, ""},
         {"Title K;PH-BXA;#;more", false, "", "f.txt: wrong format \"Title K;PH-BXA;#;more\""},
         {"Title L;AB,CD", false, "", "f.txt ; regs empty? "},
-        {" Title M \t; PH-BXA , PH-BXA ;# ", true, "Title M:PH-BXA#"},
-        {"Title N;PH-BXA;x", true, "Title N:PH-BXA#"},
+        {" Title M \t; PH-BXA , PH-BXA ;# ", true, "Title M:PH-BXA#"}, {"Title N;PH-BXA;x", true, "Title N:PH-BXA#"},
         {"Title O;ABCDEFGHIJKL", true, "Title O:ABCDEFGHIJKL#"},
     };
     for (const auto& c : cases) {

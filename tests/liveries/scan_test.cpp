@@ -1,5 +1,6 @@
 // The scan driver: folders, the walk, correction, pruning, sorting, the
-// stored catalogue and the reports.
+// stored catalogue and the reports; the demo data of our own tools, read and
+// scanned as the program does at its start.
 #include "liveries/catalogue.h"
 #include "liveries/liveries.h"
 #include "liveries/scan_driver.h"
@@ -15,6 +16,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <iostream>
 #include <sstream>
 
 namespace orv {
@@ -190,30 +193,23 @@ TEST_F(Scan, MalformedFilesLandInTheirListsAndTheWalkGoesOn)
 
 TEST_F(Scan, CorrectionFromTheAirframe)
 {
-    struct Case {
-        LiveryData before;
-        LiveryData after;
-        std::vector<std::string> lines;
+    // A livery, what it becomes, and the changes AirlineModelConversions.txt lists.
+    const std::tuple<LiveryData, const char*, std::vector<std::string>> cases[] = {
+        {{"KLM", "B738", "no reg", "", 1, false}, "KLM/B738/no reg/", {}},
+        {{"KLM", "B738", "unknown", "XX-XXX", 1, false}, "KLM/B738/unknown/XX-XXX", {}},
+        {{"KLM", "B738", "same", "PH-BXA", 1, false}, "KLM/B738/same/PH-BXA", {}},
+        {{"KLM", "B738", "freighter", "PHBXB", 1, false}, "KLM/B738/freighter/PHBXB/cargo", {"cargo false => true"}},
+        {{"KLM", "B739", "operated", "PH-HZA", 1, true}, "TRA/B738/operated/PH-HZA",
+         {"cargo true => false", "airl KLM => TRA", "model B739 => B738"}},
     };
-    const auto line = [](const char* TITLE, const char* CHANGE) { return fmt::format("{:80} {}", TITLE, CHANGE); };
-    const Case cases[] = {
-        {{"KLM", "B738", "no reg", "", 1, false}, {"KLM", "B738", "no reg", "", 1, false}, {}},
-        {{"KLM", "B738", "unknown", "XX-XXX", 1, false}, {"KLM", "B738", "unknown", "XX-XXX", 1, false}, {}},
-        {{"KLM", "B738", "same", "PH-BXA", 1, false}, {"KLM", "B738", "same", "PH-BXA", 1, false}, {}},
-        {{"KLM", "B738", "freighter", "PHBXB", 1, false},
-         {"KLM", "B738", "freighter", "PHBXB", 1, true},
-         {line("freighter", "PHBXB cargo false => true")}},
-        {{"KLM", "B739", "operated", "PH-HZA", 1, true},
-         {"TRA", "B738", "operated", "PH-HZA", 1, false},
-         {line("operated", "PH-HZA cargo true => false"), line("operated", "PH-HZA airl KLM => TRA"),
-          line("operated", "PH-HZA model B739 => B738")}},
-    };
-    for (const auto& c : cases) {
+    for (const auto& [before, after, changes] : cases) {
         conversionLines.clear();
-        auto livery = c.before;
+        auto livery = before;
         lf_correctFromDbase(livery);
-        EXPECT_EQ(livery, c.after) << c.before.title;
-        EXPECT_EQ(conversionLines, c.lines) << c.before.title;
+        EXPECT_EQ(test::gf_outcome({livery}), after);
+        std::vector<std::string> lines;
+        for (const auto& change : changes) lines.push_back(fmt::format("{:80} {} {}", before.title, before.regcode, change));
+        EXPECT_EQ(conversionLines, lines) << before.title;
     }
 }
 
@@ -318,27 +314,22 @@ TEST_F(ScanDriver, ScanStoresReportsAndALaterStartReadsBackTheSameCatalogue)
     EXPECT_EQ(liveryList, expected);
 }
 
-TEST_F(ScanDriver, PrioritizedScanPrunesLaterFolders)
-{
-    LIG_PRIORITIZE.value = true;
-    gf_scanLiveries(true);
-    gf_readScanned();
-    std::vector<std::string> klm738;
-    for (const auto& livery : liveryList)
-        if (livery.airline == "KLM" && livery.model == "B738") klm738.push_back(livery.title);
-    EXPECT_EQ(klm738, (std::vector<std::string>{"KLM 1", "KLM 2"}));
-    EXPECT_EQ(liveryList.size(), 8u) << "KLM B739 of the second folder stays";
-}
-
-TEST_F(ScanDriver, SecondScanRemovesOldSideFilesAndAStoppedScanWritesNothing)
+TEST_F(ScanDriver, ASecondScanRemovesOldSideFilesAndCanPrioritizeAndAStoppedScanWritesNothing)
 {
     gf_scanLiveries(true);
     ASSERT_TRUE(fs::exists("output/errors/InvalidAirlineCodes.txt"));
     fs::remove("lib1/bad/aircraft.cfg");
     resetScanState();
+    LIG_PRIORITIZE.value = true;
     gf_scanLiveries(true);
     EXPECT_FALSE(fs::exists("output/errors/InvalidAirlineCodes.txt"));
     EXPECT_TRUE(log.contains("No errors"));
+    gf_readScanned();
+    std::vector<std::string> klm738;
+    for (const auto& livery : liveryList)
+        if (livery.airline == "KLM" && livery.model == "B738") klm738.push_back(livery.title);
+    EXPECT_EQ(klm738, (std::vector<std::string>{"KLM 1", "KLM 2"})) << "the first folder's only";
+    EXPECT_EQ(liveryList.size(), 8u) << "KLM B739 of the second folder stays";
     fs::remove(gf_scannedPath());
     resetScanState();
     SCAN_LIVERIES.value = true;
@@ -380,14 +371,56 @@ TEST_F(Scan, ModelListsAndTheMatchingSummary)
     matchSteps = {5, 4, 3, 2, 1, 0};
     failedCreations = {"B738 KLM", "A320 DLH", "B738 KLM"};
     gf_writeMatchingSummary();
-    const std::string stars(31, '*');
-    log.expectLines({stars + " live traffic livery matching summary " + stars, "Matches at step: ", "  1: 5", "  6: 0",
-                     "Could not be created by MSFS:", std::string(100, '*')});
+    log.expectLines({"Matches at step: ", "  1: 5", "  6: 0", "Could not be created by MSFS:"});
     const auto text = log.text();
     EXPECT_LT(text.find("  A320 DLH"), text.find("  B738 KLM"));
     EXPECT_EQ(text.find("  B738 KLM"), text.rfind("  B738 KLM"));
     matchSteps = {};
     failedCreations.clear();
+}
+
+TEST_F(Scan, TheDemoDataOfOurToolsIsReadAndScannedAsAtAStart)
+{
+    const auto build = test::buildDir();
+    const auto source = (build / __FILE__).parent_path().parent_path().parent_path(); // __FILE__ may be relative
+    const auto run = [](const std::string& COMMAND) { return std::system(COMMAND.c_str()); };
+    ASSERT_EQ(run(fmt::format("\"{}\" \"{}\" temp2.xml", (build / "tavo-scramble").string(), (source / "demo/dbase_plain.xml").string())), 0);
+    ASSERT_EQ(run(fmt::format("\"{}\" sim/Community > /dev/null", (build / "tavo-demo-liveries").string())), 0);
+    fs::create_directories("sim/Official");
+    gf_clearDbase();
+    gf_readDbaseFile("temp2.xml");
+    EXPECT_GE(icaoAirlines.size(), 200u);
+    for (const char* airline : {"KLM", "BAW", "DLH", "AFR", "EZY", "RYR", "SAS", "IBE", "UAE", "TAP"})
+        EXPECT_TRUE(gf_validAirline(airline)) << airline;
+    const std::pair<const char*, ModelCategory> types[] = {
+        {"A320", ModelCategory::Large},   {"B738", ModelCategory::Large},      {"E295", ModelCategory::Large},
+        {"B77W", ModelCategory::Heavy},   {"A388", ModelCategory::Heavy},      {"C25C", ModelCategory::Buzjets},
+        {"GLEX", ModelCategory::Buzjets}, {"EC35", ModelCategory::Rotorcraft}, {"R44", ModelCategory::Rotorcraft},
+        {"F16", ModelCategory::HighPerf}, {"C172", ModelCategory::Light},      {"PA28", ModelCategory::Light},
+    };
+    for (const auto& [model, category] : types) EXPECT_TRUE(gf_validModel(model) && gf_modelCategory(model) == category) << model;
+    EXPECT_NEAR(gf_halfWingspan("B738") * 1852, 35.79 / 2, 1e-9);
+    EXPECT_NEAR(maxHalfWingspan * 1852, 79.75 / 2, 1e-9) << "the A380";
+    for (const auto& [model, span] : wingspans) EXPECT_TRUE(gf_validModel(model)) << model;
+    EXPECT_EQ(gf_dbaseAirline("PHBXA") + gf_dbaseOperator("PH-EZA"), "KLMKLC");
+
+    MSFS_2020.value = true;
+    MSFS_INSTALL_PATH.value = (temp.path() / "sim").string();
+    LIG_AUTOMATIC.value = true;
+    gf_scanLiveries(true);
+    for (const std::string text : {"Automatic AIG scan found folder: ", "Automatic FSLTL scan found folder: ",
+                                   "Automatic user-aitraffic scan found folder: ", " in total", "Category Light: ",
+                                   "Category Buzjets: ", "Category Large: ", "Category Heavy: ", "Category Rotorcraft: ",
+                                   "Category HighPerf: No livery found\n"})
+        EXPECT_NE(log.text().find(text), std::string::npos) << text;
+    EXPECT_GE(liveryCount, 50);
+    for (const auto& report : {errorsFolder / "InvalidAirlineCodes.txt", errorsFolder / "IncompleFltsimSections.txt",
+                               errorsFolder / "InvalidAircraftCfgFiles.txt", infoFolder / "AircraftCfgWithNoFltsimSection.txt"})
+        EXPECT_TRUE(fs::exists(report)) << report;
+    EXPECT_TRUE(catalogue.contains("KLC")) << "the IVAO part and the operator of the regional arm";
+    EXPECT_TRUE(catalogue.contains("ZZZ")) << "paints without an airline";
+    EXPECT_TRUE(genericCargo.contains("B744"));
+    if (std::getenv("TAVO_SHOW_DEMO_LOG")) std::cout << log.text() << test::readFile(errorsFolder / "IncompleFltsimSections.txt");
 }
 
 } // namespace
