@@ -1,8 +1,9 @@
-// The live decoder: a table of lines it keeps or refuses by its rules, then
-// the values it derives (altitude, track, bank, airspeed), the seen sets and
-// the blocked callsign.
-#include <functional>
+// The live decoder: a table of changed lines and what each gives (refused, or
+// the altitude, track, heading, bank and airspeed it derives), then what the
+// client's view changes, the seen sets and the blocked callsign.
 #include <numbers>
+
+#include <fmt/format.h>
 
 #include "core/sim_messages.h"
 #include "feed_test_support.h"
@@ -10,244 +11,121 @@
 namespace orv::test {
 namespace {
 
+/// A new value at one position of a line.
+using Change = std::pair<std::size_t, nlohmann::json>;
+
+/// "refused", or "altitude track heading bank airspeed" with "-" for no value.
+std::string described(const std::optional<TrafficLine>& LINE)
+{
+    if (!LINE) return "refused";
+    const auto& p = LINE->point;
+    const auto radians = [](const std::optional<double>& V) { return V ? fmt::format("{:.4f}", *V) : std::string("-"); };
+    EXPECT_EQ(p.airborne, p.altitude > 0);
+    EXPECT_EQ(p.headingValid, p.heading.has_value());
+    return fmt::format("{:g} {:g} {} {} {:g}", p.altitude, p.track, radians(p.heading), radians(p.bank), p.airspeed);
+}
+
 struct LiveCase {
-    const char* name;
-    std::function<void(nlohmann::json&)> change;
-    bool kept;
+    std::vector<Change> changes;
+    std::string outcome;
+    bool ground = false; ///< the changes go to the ground line at the park airport
 };
 
-void PrintTo(const LiveCase& CASE, std::ostream* OUT)
-{
-    *OUT << CASE.name;
-}
-
-std::function<void(nlohmann::json&)> set(std::size_t POSITION, nlohmann::json VALUE)
-{
-    return [POSITION, VALUE](nlohmann::json& LINE) { LINE[POSITION] = VALUE; };
-}
-
-std::function<void(nlohmann::json&)> setBoth(std::size_t P1, nlohmann::json V1, std::size_t P2, nlohmann::json V2)
-{
-    return [=](nlohmann::json& LINE) {
-        LINE[P1] = V1;
-        LINE[P2] = V2;
-    };
-}
-
-class LiveDecoderTable : public FeedTest, public ::testing::WithParamInterface<LiveCase> {};
-
-TEST_P(LiveDecoderTable, KeepsOrRefuses)
-{
-    nlohmann::json line = goodLiveLine();
-    GetParam().change(line);
-    EXPECT_EQ(decode(line).has_value(), GetParam().kept) << line.dump();
-}
+const std::string kept = "3000 90.5 1.5882 -0.0436 175", keptOnGround = "0 90.5 1.5882 - 175";
+constexpr double fieldFt = -11;
 
 const LiveCase liveCases[] = {
-    {"good line", [](nlohmann::json&) {}, true},
-    // registration and the text flag
-    {"registration over 12 characters, callsign left", set(9, "PH-BXA-123456"), true},
-    {"registration null with flag F", setBoth(9, "null", 7, "F"), false},
-    {"empty registration with flag F", setBoth(9, "", 7, "F"), false},
-    {"empty registration with another flag", setBoth(9, "", 7, "X"), true},
-    {"registration with flag F", set(7, "F"), true},
-    // types
-    {"type ZZZZ", set(8, "ZZZZ"), false},
-    {"type 0", set(8, "0"), false},
-    {"type GLIDER is too long", set(8, "GLIDER"), false},
-    {"type of five characters", set(8, "A3880"), false},
-    {"type of one character", set(8, "Q"), true},
-    {"type GRND", set(8, "GRND"), false},
-    {"type GLID", set(8, "GLID"), false},
-    {"type SERV", set(8, "SERV"), false},
-    {"type BALL", set(8, "BALL"), false},
-    {"type PARA", set(8, "PARA"), false},
-    {"type SHIP", set(8, "SHIP"), false},
-    {"type EMER", set(8, "EMER"), false},
-    {"type as a number", set(8, 738), false},
-    {"unknown type is no reason here", set(8, "XYZ9"), true},
-    // categories
-    {"empty category", set(28, ""), false},
-    {"no category", set(28, nullptr), false},
-    {"category B1", set(28, "B1"), false},
-    {"category B2", set(28, "B2"), false},
-    {"category B4", set(28, "B4"), false},
-    {"category C1", set(28, "C1"), false},
-    {"category C2", set(28, "C2"), false},
-    {"category B3", set(28, "B3"), true},
-    {"category A7", set(28, "A7"), true},
-    // positions
-    {"latitude above 90", set(1, 90.5), false},
-    {"longitude below -180", set(2, -180.5), false},
-    {"latitude as text", set(1, "52.35"), false},
-    {"out of range", setBoth(1, 53.5, 2, 4.8), false},
-    // headings
-    {"heading over 360 from ADS-B", set(25, 360.5), false},
-    {"heading of exactly 360", set(25, 360), true},
-    {"heading over 360 from another source", setBoth(25, 400, 17, "mlat"), true},
-    {"negative heading", set(25, -5), true},
-    // transponder address
-    {"address 10000", set(0, "2710"), false},
-    {"address 10001", set(0, "2711"), true},
-    {"address not hexadecimal", set(0, "zz1234"), false},
-    {"address as a number", set(0, 4731094), false},
-    // callsigns
-    {"callsign of a tow", set(13, "TOW 12"), false},
-    {"callsign ERARMTR0", set(13, "ERARMTR0"), false},
-    {"callsign AIRPORT1", set(13, "AIRPORT1"), false},
-    {"callsign null with registration", set(13, "null"), true},
-    {"callsign with @ with registration", set(13, "KL@123"), true},
-    {"neither callsign nor registration", setBoth(13, "null", 9, ""), false},
-    {"callsign only", setBoth(9, "", 13, "KLM123"), true},
-    // ground lines
-    {"on the ground at the park airport", [](nlohmann::json& L) { L = groundLiveLine(); }, true},
-    {"on the ground 6 nm from the park airport",
-     [](nlohmann::json& L) {
-         L = groundLiveLine();
-         L[1] = 52.2086;
-     },
-     false},
+    {{}, kept},
+    {{}, keptOnGround, true},
+    // Registration and the text flag; a long registration leaves the callsign.
+    {{{9, "PH-BXA-123456"}}, kept},           {{{9, "null"}, {7, "F"}}, "refused"},
+    {{{9, ""}, {7, "F"}}, "refused"},         {{{9, ""}, {7, "X"}}, kept},
+    {{{7, "F"}}, kept},
+    // Types: refused words, too long, no text; an unknown type is no reason here.
+    {{{8, "ZZZZ"}}, "refused"}, {{{8, "0"}}, "refused"},   {{{8, "GLIDER"}}, "refused"}, {{{8, "A3880"}}, "refused"},
+    {{{8, "Q"}}, kept},         {{{8, "GRND"}}, "refused"}, {{{8, "GLID"}}, "refused"},   {{{8, "SERV"}}, "refused"},
+    {{{8, "BALL"}}, "refused"}, {{{8, "PARA"}}, "refused"}, {{{8, "SHIP"}}, "refused"},   {{{8, "EMER"}}, "refused"},
+    {{{8, 738}}, "refused"},    {{{8, "XYZ9"}}, kept},
+    // Categories.
+    {{{28, ""}}, "refused"},   {{{28, nullptr}}, "refused"}, {{{28, "B1"}}, "refused"}, {{{28, "B2"}}, "refused"},
+    {{{28, "B4"}}, "refused"}, {{{28, "C1"}}, "refused"},    {{{28, "C2"}}, "refused"}, {{{28, "B3"}}, kept},
+    {{{28, "A7"}}, kept},
+    // Positions: out of the world, no number, out of range; a ground line far from the park airport.
+    {{{1, 90.5}}, "refused"}, {{{2, -180.5}}, "refused"}, {{{1, "52.35"}}, "refused"}, {{{1, 53.5}}, "refused"},
+    {{{1, 52.2086}}, "refused", true},
+    // Headings: over 360 from ADS-B refuses the line, from another source it is no heading.
+    {{{25, 360.5}}, "refused"},
+    {{{25, 360}}, "3000 90.5 6.2832 -0.0436 175"},
+    {{{25, 400}, {17, "mlat"}}, "3000 90.5 - -0.0436 175"},
+    {{{25, -5}}, "3000 90.5 - -0.0436 175"},
+    {{{3, 0}, {25, 0}}, "3000 360 6.2832 -0.0436 175"}, // ADS-B heading 0 reads as 2π, and the track takes it
+    {{{3, nullptr}, {25, 90}}, "3000 90 1.5708 -0.0436 175"},
+    {{{3, nullptr}, {25, 90}, {17, "mlat"}}, "3000 0 - -0.0436 175"},
+    {{{25, nullptr}}, "3000 90.5 6.2832 -0.0436 175"}, // no heading from ADS-B reads as 0: north
+    // Transponder addresses above 10000, as hexadecimal text.
+    {{{0, "2710"}}, "refused"}, {{{0, "2711"}}, kept}, {{{0, "zz1234"}}, "refused"}, {{{0, 4731094}}, "refused"},
+    // Callsigns; without one the registration must do.
+    {{{13, "TOW 12"}}, "refused"}, {{{13, "ERARMTR0"}}, "refused"}, {{{13, "AIRPORT1"}}, "refused"},
+    {{{13, "null"}}, kept},        {{{13, "KL@123"}}, kept},        {{{13, "null"}, {9, ""}}, "refused"},
+    {{{9, ""}, {13, "KLM123"}}, kept},
+    // Bank: roll -1 and 0 mean none, none on the ground.
+    {{{23, -1}}, "3000 90.5 1.5882 - 175"}, {{{23, 0}}, "3000 90.5 1.5882 - 175"}, {{{23, -2}}, "3000 90.5 1.5882 0.0349 175"},
+    // Altitude: barometric, else geometric; on the ground by the rules of height above the field and speed.
+    {{{4, "3000"}, {18, 4200}}, "4200 90.5 1.5882 -0.0436 175"},
+    {{{4, "3000"}}, keptOnGround, true},
+    {{{4, 100 + fieldFt}, {5, 40}}, keptOnGround, true},  {{{4, 130 + fieldFt}, {5, 40}}, "119 90.5 1.5882 -0.0436 175", true},
+    {{{4, 45 + fieldFt}, {5, 119}}, keptOnGround, true},  {{{4, 46 + fieldFt}, {5, 119}}, "35 90.5 1.5882 -0.0436 175", true},
+    {{{4, 90 + fieldFt}, {5, 80}}, keptOnGround, true},   {{{4, 91 + fieldFt}, {5, 80}}, "80 90.5 1.5882 -0.0436 175", true},
+    {{{4, 120 + fieldFt}, {5, 43}}, keptOnGround, true},  {{{4, 121 + fieldFt}, {5, 43}}, "110 90.5 1.5882 -0.0436 175", true},
+    {{{4, fieldFt}, {5, 200}}, keptOnGround, true},       {{{4, 8000 + fieldFt}, {5, 35}}, keptOnGround, true},
+    // Airspeed falls back by altitude.
+    {{{4, 1500}, {20, nullptr}}, "1500 90.5 1.5882 -0.0436 180"},  {{{4, 2000}, {20, -1}}, "2000 90.5 1.5882 -0.0436 180"},
+    {{{4, 2001}, {20, "fast"}}, "2001 90.5 1.5882 -0.0436 220"},   {{{4, 5000}, {20, nullptr}}, "5000 90.5 1.5882 -0.0436 220"},
+    {{{4, 9000}, {20, nullptr}}, "9000 90.5 1.5882 -0.0436 250"},  {{{4, 15000}, {20, nullptr}}, "15000 90.5 1.5882 -0.0436 350"},
+    {{{4, 20001}, {20, nullptr}}, "20001 90.5 1.5882 -0.0436 430"}, {{{20, 0}}, "3000 90.5 1.5882 -0.0436 0"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Rules, LiveDecoderTable, ::testing::ValuesIn(liveCases));
-
-TEST_F(FeedTest, PositionInTheBoxOfNoPositionIsRefusedEvenInRange)
+TEST_F(FeedTest, LiveLinesGiveTheirValuesOrAreRefused)
 {
-    client.view.centre = LatLon{0.0005, 0.02};
-    client.view.park.airport.reset();
-    nlohmann::json line = goodLiveLine();
-    for (const auto& [lat, lon] : {std::pair{0.0, 0.0}, {0.0009, 0.05}, {0.0005, 0.02}}) {
-        line[1] = lat;
-        line[2] = lon;
-        EXPECT_FALSE(decode(line)) << lat << "," << lon;
+    for (const auto& c : liveCases) {
+        nlohmann::json line = c.ground ? groundLiveLine() : goodLiveLine();
+        for (const auto& [position, value] : c.changes) line[position] = value;
+        EXPECT_EQ(described(decode(line)), c.outcome) << line.dump();
     }
-    line[1] = 0.001;
-    line[2] = 0.02;
-    EXPECT_TRUE(decode(line)) << "just outside the box";
 }
 
-TEST_F(FeedTest, WithoutAParkAirportEveryGroundLineIsRefused)
+TEST_F(FeedTest, TheClientsViewAndItsQnh)
 {
-    client.view.park = ParkView{};
-    client.airportElevation.reset();
-    EXPECT_FALSE(decode(groundLiveLine()));
-    EXPECT_TRUE(decode(goodLiveLine()));
-}
-
-TEST_F(FeedTest, NearTheAirportWithAutoRangeHighAircraftAreRefused)
-{
-    client.view.autoRangeActive = true;
     nlohmann::json line = goodLiveLine();
-    line[4] = 2989; // 3000 ft above a field at -11 ft
+    client.qnh = 1023;
+    EXPECT_EQ(described(decode(line)), "3300 90.5 1.5882 -0.0436 175");
+    client.qnh = 1013;
+    // Near the park airport with auto range, higher than 3000 ft above the field is refused, once its file is loaded.
+    client.view.autoRangeActive = true;
+    line[4] = 2989;
     EXPECT_TRUE(decode(line));
     line[4] = 2990;
     EXPECT_FALSE(decode(line));
     client.view.park.ready = false;
-    EXPECT_TRUE(decode(line)) << "not before the airport's file is loaded";
-}
-
-TEST_F(FeedTest, AltitudeTakesQnhAndTheGroundRules)
-{
-    nlohmann::json line = goodLiveLine();
-    line[4] = 5000;
-    client.qnh = 1023;
-    EXPECT_EQ(decode(line)->point.altitude, 5300);
-    client.qnh = 1013;
-    struct Case {
-        double aboveFt, speedKt;
-        bool ground;
-    };
-    for (const Case c : {Case{100, 40, true}, {130, 40, false}, {45, 119, true}, {46, 119, false}, {90, 80, true},
-                         {91, 80, false}, {120, 43, true}, {121, 43, false}, {0, 200, true}, {8000, 35, true}}) {
-        line = goodLiveLine();
-        line[1] = 52.3090; // at the park airport, so that a ground line is kept
-        line[2] = 4.7610;
-        line[4] = c.aboveFt + parkElevationFt;
-        line[5] = c.speedKt;
-        const auto decoded = decode(line);
-        ASSERT_TRUE(decoded) << c.aboveFt << " ft at " << c.speedKt << " kt";
-        EXPECT_EQ(decoded->point.altitude == 0, c.ground) << c.aboveFt << " ft at " << c.speedKt << " kt";
-        EXPECT_EQ(decoded->point.airborne, !c.ground);
-    }
-}
-
-TEST_F(FeedTest, AltitudeWithoutFieldElevationCountsAThousandFeetMore)
-{
+    EXPECT_TRUE(decode(line));
+    // Without the field's elevation it counts a thousand feet more: 40 ft at 50 kt is no ground contact.
     client.airportElevation.reset();
-    nlohmann::json line = goodLiveLine();
-    line[1] = 52.3090;
-    line[2] = 4.7610;
+    EXPECT_EQ(described(decode(groundLiveLine())), keptOnGround);
+    line = groundLiveLine();
     line[4] = 40;
-    line[5] = 50; // 40 ft is 1040 ft "above": no ground rule holds
-    EXPECT_EQ(decode(line)->point.altitude, 40);
-}
-
-TEST_F(FeedTest, AltitudeFallsBackToGeometricThenZero)
-{
-    nlohmann::json line = goodLiveLine();
-    line[4] = "3000";
-    line[18] = 4200;
-    EXPECT_EQ(decode(line)->point.altitude, 4200);
-    line[18] = nullptr;
-    line[1] = 52.3090;
-    line[2] = 4.7610;
-    const auto decoded = decode(line);
-    ASSERT_TRUE(decoded);
-    EXPECT_EQ(decoded->point.altitude, 0);
-    EXPECT_FALSE(decoded->point.airborne);
-}
-
-TEST_F(FeedTest, HeadingTrackAndBank)
-{
-    nlohmann::json line = goodLiveLine();
-    line[3] = 0;
-    line[25] = 0; // ADS-B heading 0 reads as 2π
-    auto decoded = decode(line);
-    ASSERT_TRUE(decoded);
-    EXPECT_DOUBLE_EQ(*decoded->point.heading, 2 * std::numbers::pi);
-    EXPECT_TRUE(decoded->point.headingValid);
-    EXPECT_DOUBLE_EQ(decoded->point.track, 360);
-    line[3] = nullptr;
-    line[25] = 90;
-    EXPECT_NEAR(decode(line)->point.track, 90, 1e-9) << "a missing track takes the heading";
-    line[17] = "mlat";
-    decoded = decode(line);
-    EXPECT_FALSE(decoded->point.heading);
-    EXPECT_FALSE(decoded->point.headingValid);
-    EXPECT_EQ(decoded->point.track, 0);
-    line[25] = -1;
-    line[17] = "adsb_icao";
-    EXPECT_FALSE(decode(line)->point.heading) << "a negative heading gives none";
-    line[25] = nullptr;
-    EXPECT_DOUBLE_EQ(*decode(line)->point.heading, 2 * std::numbers::pi)
-        << "an ADS-B line without a heading reads it as 0, which is north";
-
-    line = goodLiveLine();
-    line[23] = -1;
-    EXPECT_FALSE(decode(line)->point.bank) << "roll -1 means no value";
-    line[23] = 0;
-    EXPECT_FALSE(decode(line)->point.bank);
-    line[23] = -2;
-    EXPECT_NEAR(*decode(line)->point.bank, 2 * std::numbers::pi / 180, 1e-12);
-    EXPECT_FALSE(decode(groundLiveLine())->point.bank) << "no bank on the ground";
-}
-
-TEST_F(FeedTest, AirspeedFallsBackByAltitude)
-{
-    struct Case {
-        double altitude;
-        nlohmann::json airspeed;
-        double expected;
-    };
-    for (const Case& c : {Case{1500, nullptr, 180}, {2000, -1, 180}, {2001, "fast", 220}, {5000, nullptr, 220},
-                          {9000, nullptr, 250}, {15000, nullptr, 350}, {20001, nullptr, 430}, {3000, 175, 175},
-                          {3000, 0, 0}}) {
-        nlohmann::json line = goodLiveLine();
-        line[4] = c.altitude;
-        line[20] = c.airspeed;
-        const auto decoded = decode(line);
-        ASSERT_TRUE(decoded);
-        EXPECT_EQ(decoded->point.airspeed, c.expected) << c.altitude << " " << c.airspeed;
+    line[5] = 50;
+    EXPECT_EQ(described(decode(line)), "40 90.5 1.5882 -0.0436 175");
+    // Without a park airport every ground line is refused.
+    client.view.park = ParkView{};
+    EXPECT_FALSE(decode(groundLiveLine()));
+    EXPECT_TRUE(decode(goodLiveLine()));
+    // The box of no position is refused even in range.
+    client.view.centre = LatLon{0.0005, 0.02};
+    for (const auto& [lat, lon] : {std::pair{0.0, 0.0}, {0.0009, 0.05}, {0.0005, 0.02}, {0.001, 0.02}}) {
+        line = goodLiveLine();
+        line[1] = lat;
+        line[2] = lon;
+        EXPECT_EQ(decode(line).has_value(), lat == 0.001) << lat << "," << lon << ": only the last is outside the box";
     }
 }
 
@@ -259,38 +137,33 @@ TEST_F(FeedTest, TextsAndTimestamps)
     auto decoded = decode(line);
     EXPECT_EQ(decoded->timestamp, 1700000123);
     EXPECT_EQ(client.lastTimestamp, 1700000123);
-    EXPECT_TRUE(decoded->origin.empty());
+    EXPECT_TRUE(decoded->origin.empty() && decoded->airline.empty() && !decoded->point.stationary);
     EXPECT_EQ(decoded->destination, "LEMD");
-    EXPECT_TRUE(decoded->airline.empty());
     EXPECT_EQ(decoded->hexid, 0x4840d6u);
-    EXPECT_FALSE(decoded->point.stationary);
     line[10] = "1700000123";
-    decoded = decode(line);
-    EXPECT_EQ(decoded->timestamp, 0);
+    EXPECT_EQ(decode(line)->timestamp, 0);
     EXPECT_EQ(client.lastTimestamp, 0);
     line[10] = 1700000200;
     line[8] = "ZZZZ";
     EXPECT_FALSE(decode(line));
     EXPECT_EQ(client.lastTimestamp, 1700000200) << "the time is read before any filter";
+    for (const nlohmann::json& odd : {nlohmann::json(nullptr), nlohmann::json("text"), nlohmann::json::object(),
+                                      nlohmann::json::array(), nlohmann::json::array({1, 2, 3})})
+        EXPECT_FALSE(decode(odd)) << odd.dump();
+    EXPECT_EQ(logText().find("exception in processLine"), std::string::npos) << "lines that are no arrays are refused silently";
 }
 
 TEST_F(FeedTest, SeenSetsTakeWhatPassedTheFiltersBeforeThem)
 {
     client.collectSeen = true;
-    nlohmann::json refusedEarly = goodLiveLine();
-    refusedEarly[0] = "aaaaaa";
-    refusedEarly[13] = "EARLY1";
-    refusedEarly[8] = "ZZZZ";
-    nlohmann::json refusedLate = groundLiveLine();
-    refusedLate[0] = "bbbbbb";
-    refusedLate[13] = "LATE1";
-    refusedLate[1] = 52.2086; // a ground line far from the airport: refused after the seen sets
-    nlohmann::json noCallsign = goodLiveLine();
-    noCallsign[0] = "cccccc";
-    noCallsign[13] = "null";
-    EXPECT_FALSE(decode(refusedEarly));
-    EXPECT_FALSE(decode(refusedLate));
-    EXPECT_TRUE(decode(noCallsign));
+    const auto changed = [](nlohmann::json LINE, const std::vector<Change>& CHANGES) {
+        for (const auto& [position, value] : CHANGES) LINE[position] = value;
+        return LINE;
+    };
+    EXPECT_FALSE(decode(changed(goodLiveLine(), {{0, "aaaaaa"}, {13, "EARLY1"}, {8, "ZZZZ"}})));
+    // A ground line far from the airport: refused after the seen sets.
+    EXPECT_FALSE(decode(changed(groundLiveLine(), {{0, "bbbbbb"}, {13, "LATE1"}, {1, 52.2086}})));
+    EXPECT_TRUE(decode(changed(goodLiveLine(), {{0, "cccccc"}, {13, "null"}})));
     EXPECT_EQ(client.seenCallsigns, (std::set<std::string>{"LATE1"}));
     EXPECT_EQ(client.seenHexids, (std::set<std::uint32_t>{0xbbbbbb, 0xcccccc}));
     client.collectSeen = false;
@@ -300,20 +173,22 @@ TEST_F(FeedTest, SeenSetsTakeWhatPassedTheFiltersBeforeThem)
 
 TEST_F(FeedTest, BlockedCallsignIsDroppedAndToldOnceEachWay)
 {
-    {
+    const auto messages = [] {
         std::lock_guard lock(messageLock);
+        auto taken = simMessages;
         simMessages.clear();
-    }
+        return taken;
+    };
+    messages();
+    client.view.blockCallsign = "NOSUCH1";
+    EXPECT_TRUE(decode(goodLiveLine()));
     client.view.blockCallsign = "KLM123";
     EXPECT_FALSE(decode(goodLiveLine()));
     EXPECT_FALSE(decode(goodLiveLine()));
-    {
-        std::lock_guard lock(messageLock);
-        ASSERT_EQ(simMessages.size(), 1u);
-        EXPECT_EQ(simMessages[0].kind, MessageKind::block);
-        EXPECT_EQ(simMessages[0].id, 0x4840d6u);
-        simMessages.clear();
-    }
+    const auto told = messages();
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].kind, MessageKind::block);
+    EXPECT_EQ(told[0].id, 0x4840d6u);
     nlohmann::json other = goodLiveLine();
     other[13] = "DLH4";
     EXPECT_TRUE(decode(other)) << "another callsign passes, and nothing is said while the block stands";
@@ -321,30 +196,14 @@ TEST_F(FeedTest, BlockedCallsignIsDroppedAndToldOnceEachWay)
     EXPECT_TRUE(decode(goodLiveLine()));
     EXPECT_TRUE(decode(goodLiveLine()));
     const std::string log = logText();
-    auto count = [&](const std::string& TEXT) {
+    const auto count = [&](const std::string& TEXT) {
         std::size_t n = 0;
         for (auto at = log.find(TEXT); at != std::string::npos; at = log.find(TEXT, at + 1)) ++n;
         return n;
     };
     EXPECT_EQ(count("Reader: Live aircraft KLM123 blocked"), 1u);
     EXPECT_EQ(count("Reader: Live aircraft KLM123 no longer blocked"), 1u);
-    EXPECT_EQ(count("no longer blocked"), 1u) << "nothing is said of a block not yet seen";
-}
-
-TEST_F(FeedTest, ABlockSetButNotYetSeenSaysNothing)
-{
-    client.view.blockCallsign = "NOSUCH1";
-    EXPECT_TRUE(decode(goodLiveLine()));
-    EXPECT_EQ(logText().find("blocked"), std::string::npos);
-}
-
-TEST_F(FeedTest, LinesThatAreNoArraysAreRefusedSilently)
-{
-    for (const nlohmann::json& odd : {nlohmann::json(nullptr), nlohmann::json("text"), nlohmann::json::object(),
-                                      nlohmann::json::array(), nlohmann::json::array({1, 2, 3})}) {
-        EXPECT_FALSE(decode(odd)) << odd.dump();
-    }
-    EXPECT_EQ(logText().find("exception in processLine"), std::string::npos);
+    EXPECT_EQ(count("blocked"), 2u) << "nothing is said of a block not yet seen";
 }
 
 } // namespace

@@ -1,5 +1,8 @@
-// The parked decoder: completion from the registration tables, the type and
-// class filters, stands that are taken, and the report's half hour.
+// The parked decoder: a table of lines and what each gives (completion from
+// the registration tables, the type and class filters, the callsign rules,
+// the report's half hour), and the stands that are taken.
+#include <fmt/format.h>
+
 #include "feed_test_support.h"
 #include "feed/decode_fields.h"
 #include "liveries/dbase.h"
@@ -29,115 +32,73 @@ class ParkedDecoder : public FeedTest {
         gf_clearDbase();
         FeedTest::TearDown();
     }
-    static nlohmann::json line(const nlohmann::json& TYPE, const nlohmann::json& REG, const nlohmann::json& CALLSIGN,
-                               const nlohmann::json& STAND = "D4")
-    {
-        return nlohmann::json::array({52.3090, 4.7610, STAND, TYPE, REG, reportAt1345, CALLSIGN});
-    }
-    std::optional<ParkedLine> decodeParked(const nlohmann::json& LINE, const std::string& KEY = "4840d6")
+    /// "refused", or "hexid airline type callsign regcode stand half-hour".
+    std::string decodeParked(const nlohmann::json& TYPE, const nlohmann::json& REG, const nlohmann::json& CALLSIGN,
+                             const nlohmann::json& STAND = "D4", const std::string& KEY = "4840d6",
+                             const nlohmann::json& TIME = reportAt1345)
     {
         client.parkedLines.clear();
-        client.line = LINE;
+        client.line = nlohmann::json::array({52.3090, 4.7610, STAND, TYPE, REG, TIME, CALLSIGN});
         processLine(KEY, client);
-        if (client.parkedLines.empty()) return std::nullopt;
-        return client.parkedLines.back();
+        if (client.parkedLines.empty()) return "refused";
+        const ParkedLine& p = client.parkedLines.back();
+        EXPECT_TRUE(p.lat == 52.3090 && p.lon == 4.7610);
+        return fmt::format("{:x} {} {} {} {} {} {}", p.hexid, p.airline, p.icaoType, p.callsign, p.regcode, p.standName,
+                           p.halfHour);
     }
 };
 
-TEST_F(ParkedDecoder, KnownRegistrationCompletesTheLine)
+TEST_F(ParkedDecoder, LinesAreCompletedOrRefused)
 {
-    const auto parked = decodeParked(line("B738", "PH-BXA", "KLM1234"));
-    ASSERT_TRUE(parked);
-    EXPECT_EQ(parked->hexid, 0x4840d6u);
-    EXPECT_EQ(parked->airline, "KLM");
-    EXPECT_EQ(parked->icaoType, "B738");
-    EXPECT_EQ(parked->callsign, "KLM1234");
-    EXPECT_EQ(parked->standName, "D4");
-    EXPECT_EQ(parked->halfHour, 27);
-    EXPECT_DOUBLE_EQ(parked->lat, 52.3090);
+    // A known registration completes the line; an operator takes the airline's place.
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1234"), "4840d6 KLM B738 KLM1234 PH-BXA D4 27");
+    EXPECT_EQ(decodeParked("B738", "PH-HZA", "TRA55"), "4840d6 TRA B738 TRA55 PH-HZA D4 27");
+    // The type comes from the tables; families become variants; no type at all or an unknown one refuses.
+    EXPECT_EQ(decodeParked("ZZZZ", "PH-BXA", "KLM1"), "4840d6 KLM B738 KLM1 PH-BXA D4 27");
+    EXPECT_EQ(decodeParked("0", "G-EUPA", "BAW1"), "4840d6 BAW A320 BAW1 G-EUPA D4 27");
+    EXPECT_EQ(decodeParked("ZZZZ", "D-ABCD", "DLH1"), "refused");
+    EXPECT_EQ(decodeParked("XXXX", "", "XYZ1"), "refused");
+    for (const auto& [family, variant] : {std::pair{"A380", "A388"}, {"B767", "B763"}, {"B747", "B744"}, {"B757", "B752"}})
+        EXPECT_EQ(decodeParked(family, "", "XYZ1"), fmt::format("4840d6  {} XYZ1  D4 27", variant));
+    // Callsigns that are no callsigns are emptied, and the registration stands in.
+    for (const char* odd : {"null", "KL@12", "AB00000C", "KLM123456"})
+        EXPECT_EQ(decodeParked("B738", "PH-BXA", odd), "4840d6 KLM B738 PH-BXA PH-BXA D4 27") << odd;
+    EXPECT_EQ(decodeParked("B738", "", ".KLM12"), "4840d6  B738 KLM12  D4 27");
+    EXPECT_EQ(decodeParked("B738", "", "KLM12345"), "4840d6  B738 KLM12345  D4 27") << "eight characters stay";
+    // A callsign that is a registration fills it.
+    EXPECT_EQ(decodeParked("A320", "null", "G-EUPA"), "4840d6 BAW A320 G-EUPA G-EUPA D4 27");
+    // Stands that are no text; keys that are no addresses above 10000; no position.
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", 12), "refused");
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", nullptr), "refused");
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", "D4", "2710"), "refused");
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", "D4", "parked-1"), "refused");
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", "D4", "2711"), "2711 KLM B738 KLM1 PH-BXA D4 27");
+    client.parkedLines.clear();
+    client.line = nlohmann::json::array({0.0, 0.0, "D4", "B738", "PH-BXA", reportAt1345, "KLM1"});
+    processLine("4840d6", client);
+    EXPECT_TRUE(client.parkedLines.empty());
+    // The half hour of the report: 13:29 is the 26th; a time that is no number reads as midnight.
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", "D4", "4840d6", reportAt1345 - 16 * 60), "4840d6 KLM B738 KLM1 PH-BXA D4 26");
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1", "D4", "4840d6", "later"), "4840d6 KLM B738 KLM1 PH-BXA D4 0");
 }
 
-TEST_F(ParkedDecoder, OperatorTakesThePlaceOfTheAirline)
+TEST_F(ParkedDecoder, ClassesOutsideTheChosenOnesAndTakenStandsAreRefused)
 {
-    const auto parked = decodeParked(line("B738", "PH-HZA", "TRA55"));
-    ASSERT_TRUE(parked);
-    EXPECT_EQ(parked->airline, "TRA");
-}
-
-TEST_F(ParkedDecoder, TypeComesFromTheTablesAndFamiliesBecomeVariants)
-{
-    EXPECT_EQ(decodeParked(line("ZZZZ", "PH-BXA", "KLM1"))->icaoType, "B738");
-    EXPECT_EQ(decodeParked(line("0", "G-EUPA", "BAW1"))->icaoType, "A320");
-    EXPECT_FALSE(decodeParked(line("ZZZZ", "D-ABCD", "DLH1"))) << "no type at all";
-    for (const auto& [family, variant] :
-         {std::pair{"A380", "A388"}, {"B767", "B763"}, {"B747", "B744"}, {"B757", "B752"}}) {
-        const auto parked = decodeParked(line(family, "", "XYZ1"));
-        ASSERT_TRUE(parked) << family;
-        EXPECT_EQ(parked->icaoType, variant);
-    }
-    EXPECT_FALSE(decodeParked(line("XXXX", "", "XYZ1"))) << "a type the aircraft table doesn't know";
-}
-
-TEST_F(ParkedDecoder, CallsignsThatAreNoCallsignsAreEmptiedAndReplacedByTheRegistration)
-{
-    for (const char* odd : {"null", "KL@12", "AB00000C", "KLM123456"}) {
-        const auto parked = decodeParked(line("B738", "PH-BXA", odd));
-        ASSERT_TRUE(parked) << odd;
-        EXPECT_EQ(parked->callsign, "PH-BXA") << odd;
-    }
-    EXPECT_EQ(decodeParked(line("B738", "", ".KLM12"))->callsign, "KLM12");
-    EXPECT_EQ(decodeParked(line("B738", "", "KLM12345"))->callsign, "KLM12345") << "eight characters stay";
-}
-
-TEST_F(ParkedDecoder, ACallsignThatIsARegistrationFillsIt)
-{
-    const auto parked = decodeParked(line("A320", "null", "G-EUPA"));
-    ASSERT_TRUE(parked);
-    EXPECT_EQ(parked->regcode, "G-EUPA");
-    EXPECT_EQ(parked->airline, "BAW");
-}
-
-TEST_F(ParkedDecoder, ClassesOutsideTheChosenOnesAreRefused)
-{
-    for (const auto& [type, flag] : {std::pair{"C172", &DecodeView::lightAircraft},
-                                     {"H145", &DecodeView::helicopters},
+    for (const auto& [type, flag] : {std::pair{"C172", &DecodeView::lightAircraft}, {"H145", &DecodeView::helicopters},
                                      {"F16", &DecodeView::highPerfAircraft}}) {
         client.view.*flag = false;
-        EXPECT_FALSE(decodeParked(line(type, "", "ABC1"))) << type;
+        EXPECT_EQ(decodeParked(type, "", "ABC1"), "refused") << type;
         client.view.*flag = true;
-        EXPECT_TRUE(decodeParked(line(type, "", "ABC1"))) << type;
+        EXPECT_NE(decodeParked(type, "", "ABC1"), "refused") << type;
     }
-}
-
-TEST_F(ParkedDecoder, TakenStandsAndStandsThatAreNoTextAreRefused)
-{
     client.view.park.reservedStand = "D4";
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1")));
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1"), "refused");
     client.view.park.reservedStand = "D6";
     client.view.park.userStand = "D4";
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1")));
+    EXPECT_EQ(decodeParked("B738", "PH-BXA", "KLM1"), "refused");
     client.view.park.userStand.clear();
-    EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1")));
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1", 12)));
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1", nullptr)));
-    EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1", "")))
-        << "no stand is reserved, so an empty name is none of them";
-}
-
-TEST_F(ParkedDecoder, KeyPositionAndTime)
-{
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1"), "2710"));
-    EXPECT_FALSE(decodeParked(line("B738", "PH-BXA", "KLM1"), "parked-1"));
-    EXPECT_TRUE(decodeParked(line("B738", "PH-BXA", "KLM1"), "2711"));
-    nlohmann::json bad = line("B738", "PH-BXA", "KLM1");
-    bad[0] = 0.0;
-    bad[1] = 0.0;
-    EXPECT_FALSE(decodeParked(bad));
-    bad = line("B738", "PH-BXA", "KLM1");
-    bad[5] = reportAt1345 - 16 * 60; // 13:29
-    EXPECT_EQ(decodeParked(bad)->halfHour, 26);
-    bad[5] = "later";
-    EXPECT_EQ(decodeParked(bad)->halfHour, 0);
+    EXPECT_NE(decodeParked("B738", "PH-BXA", "KLM1"), "refused");
+    EXPECT_NE(decodeParked("B738", "PH-BXA", "KLM1", ""), "refused") << "no stand is reserved, so an empty name is none of them";
 }
 
 TEST(HalfHourOfDay, EdgesOfTheHalfHoursAndTheDay)
