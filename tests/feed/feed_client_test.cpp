@@ -2,8 +2,7 @@
 // bodies, and a table of the answers each request can get and what each one
 // does: the cycle's end, the status, the pace and the log.
 #include "core/errors.h"
-#include "feed_service_fixture.h"
-#include "liveries/dbase.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {
@@ -29,7 +28,7 @@ TEST_F(Client, LoginSharesTheSessionAndLogoutEndsIt)
     EXPECT_EQ(session->weather.wrrl, 300);
     EXPECT_GE(LAST_EPOCH_TIME.value, before);
     EXPECT_NE(logText().find("Authenticated at RT server \"standin-1\""), std::string::npos);
-    EXPECT_EQ(requestsTo("/v4/auth").at(0)["body"], "license=TESTKEY&software=TAVO_10.9.3");
+    EXPECT_EQ(requests("/v4/auth").at(0)["body"], "license=TESTKEY&software=TAVO_10.9.3");
     fail("deauth:500");
     lf_rtDeauth();
     EXPECT_TRUE(gf_rtSessionExists() && rtConnected) << "a failed logout keeps the session";
@@ -42,7 +41,7 @@ TEST_F(Client, LoginSharesTheSessionAndLogoutEndsIt)
     EXPECT_TRUE(session->weather.stopRequested && session->traffic.stopRequested);
     EXPECT_GE(LAST_EPOCH_TIME.value, before);
     EXPECT_NE(logText().find("Deauthenticated RT server \"standin-1\""), std::string::npos);
-    EXPECT_EQ(requestsTo("/v4/deauth").at(1)["body"], "GUID=" + guid);
+    EXPECT_EQ(requests("/v4/deauth").at(1)["body"], "GUID=" + guid);
 }
 
 TEST_F(Client, RefusedLoginsRaiseAfterTheirMessageAndOthersLeaveNoSession)
@@ -94,15 +93,15 @@ TEST_F(Client, FormBodiesCarryTheirNumbersAsTheFormatsSay)
     EXPECT_EQ(lf_rtTraffic(session->traffic, status), CycleEnd::goOn);
     gf_holdReader(session->traffic, 250);
     EXPECT_TRUE(lf_rtBufferTraffic(session->traffic, status));
-    EXPECT_EQ(requestsTo("/v4/nearestmetar").at(0)["body"], "GUID=" + guid + "&toffset=0&lat=52.3086&lon=4.7639");
-    const auto weather = requestsTo("/v4/weather");
+    EXPECT_EQ(requests("/v4/nearestmetar").at(0)["body"], "GUID=" + guid + "&toffset=0&lat=52.3086&lon=4.7639");
+    const auto weather = requests("/v4/weather");
     ASSERT_EQ(weather.size(), 2u);
     const std::string place = "&querytype=locwx&toffset=0&lat=52.3086&lon=4.7639&alt=1200&airports=";
     EXPECT_EQ(weather[0]["body"], "GUID=" + guid + place) << "the station is named once known";
     EXPECT_EQ(weather[1]["body"], "GUID=" + guid + place + "EHAM");
     const Box box = gf_rtBox();
     const std::string area = fmt::format("&top={:.2f}&bottom={:.2f}&left={:.2f}&right={:.2f}", box.top, box.bottom, box.left, box.right);
-    const auto traffic = requestsTo("/v4/traffic");
+    const auto traffic = requests("/v4/traffic");
     ASSERT_EQ(traffic.size(), 2u);
     EXPECT_EQ(traffic[0]["body"], "GUID=" + guid + area + "&querytype=locationtraffic&toffset=0");
     EXPECT_EQ(traffic[1]["body"], "GUID=" + guid + area + "&querytype=locationtraffic&toffset=0&buffercount=5&buffertime=6");
@@ -213,7 +212,7 @@ TEST_F(ParkedClient, YoungestFirstOnePerStandAndCallsign)
     for (const auto& line : traffic.parkedLines) stands.push_back(fmt::format("{} {}", line.standName, line.halfHour));
     EXPECT_EQ(stands, (std::vector<std::string>{"D5 0", "D1 1", "D3 2"}));
     const Box box = gf_boxAround(parkAirport, 3.0);
-    const std::string body = requestsTo("/v4/traffic").at(0)["body"];
+    const std::string body = requests("/v4/traffic").at(0)["body"];
     EXPECT_NE(body.find(fmt::format("top={:.2f}&bottom={:.2f}", box.top, box.bottom)), std::string::npos);
     gf_holdReader(traffic, 250);
     RT_PARKTRAFFIC_ONLY.value = true;

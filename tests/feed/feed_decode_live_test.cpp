@@ -3,10 +3,8 @@
 // client's view changes, the seen sets and the blocked callsign.
 #include <numbers>
 
-#include <fmt/format.h>
-
 #include "core/sim_messages.h"
-#include "feed_test_support.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {

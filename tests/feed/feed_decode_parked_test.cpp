@@ -1,11 +1,8 @@
 // The parked decoder: a table of lines and what each gives (completion from
 // the registration tables, the type and class filters, the callsign rules,
 // the report's half hour), and the stands that are taken.
-#include <fmt/format.h>
-
-#include "feed_test_support.h"
 #include "feed/decode_fields.h"
-#include "liveries/dbase.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {

@@ -5,10 +5,7 @@
 #include <numbers>
 #include <random>
 
-#include <fmt/format.h>
-
-#include "feed_test_support.h"
-#include "liveries/dbase.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {

@@ -1,8 +1,6 @@
 // The range of the request, its box, and the time shift.
-#include "feed/feed_session.h"
-#include "feed/feed_state.h"
-#include "feed_test_support.h"
 #include "core/geometry.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {

@@ -5,9 +5,7 @@
 #include <random>
 #include <utility>
 
-#include "feed/feed_session.h"
-#include "feed_test_support.h"
-#include "traffic/act.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {

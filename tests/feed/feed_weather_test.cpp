@@ -1,6 +1,5 @@
 // The QNH out of a weather answer, and the lamps of the two readers.
-#include "feed/feed_session.h"
-#include "feed_test_support.h"
+#include "feed_fixture.h"
 
 namespace orv::test {
 namespace {
