@@ -79,12 +79,22 @@ bool eventually(F&& CONDITION)
     return true;
 }
 
-/// A fresh program folder with its parameters and log, and a traffic client
-/// whose view has the park airport set and the user beside it.
+/// A fresh program folder with its parameters and log, the model and
+/// registration tables the decoders consult, and a traffic client whose view
+/// has the park airport set and the user beside it.
 class FeedTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
+        gf_clearDbase();
+        allModels = {"B738", "A320", "A388", "B763", "B744", "B752", "C172", "H145", "F16"};
+        largeModels = {"B738", "A320", "B752"};
+        heavyModels = {"A388", "B763", "B744"};
+        rotorcraftModels = {"H145"};
+        highPerfModels = {"F16"};
+        dbaseRecords["PH-BXA"] = DbaseRecord{"KLM", "B738", "", false};
+        dbaseRecords["PH-HZA"] = DbaseRecord{"KLM", "B738", "TRA", false};
+        dbaseRecords["G-EUPA"] = DbaseRecord{"BAW", "A320", "", false};
         gf_resetParameters();
         gf_setUserFolder();
         std::filesystem::create_directories(userFolder);
@@ -101,6 +111,7 @@ protected:
     }
     void TearDown() override
     {
+        gf_clearDbase();
         std::lock_guard lock(logMutex);
         logStream.close();
     }
