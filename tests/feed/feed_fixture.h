@@ -129,27 +129,6 @@ protected:
     RtClient client;
 };
 
-/// Aircraft round the park airport every 2 s for ten minutes, in the live
-/// layout, the first one on the ground at a stand.
-inline std::vector<nlohmann::json> recordedTraffic(double START)
-{
-    std::vector<nlohmann::json> lines;
-    for (int t = 0; t <= 600; t += 2) {
-        for (int k = 0; k < 6; ++k) {
-            nlohmann::json line = k == 0 ? groundLiveLine() : goodLiveLine();
-            line[0] = fmt::format("{:06x}", 0x400000 + k);
-            line[13] = fmt::format("TST{}", k);
-            line[10] = static_cast<long long>(START) + t; // whole seconds, as integers
-            if (k > 0) {
-                line[1] = 52.20 + 0.03 * k + 0.0005 * t;
-                line[2] = 4.60 + 0.02 * k;
-            }
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
 /// The program against the stand-in service, its paces 250 ms for traffic and
 /// 300 ms for weather, the user 1200 ft over the park airport.
 class ServiceFeedTest : public FeedTest {
@@ -165,9 +144,23 @@ protected:
         state.setup.rrlMs = 250;
         state.setup.wrrlMs = 300;
         state.setup.loginGapSeconds = 2;
+        // Aircraft round the park airport every 2 s for ten minutes from two minutes ago, the
+        // first one on the ground at a stand; times in whole seconds, as integers.
         const double now = std::floor(gf_serviceNow());
         std::stringstream text;
-        for (const auto& line : recordedTraffic(now - 120)) text << line.dump() << '\n';
+        for (int t = 0; t <= 600; t += 2) {
+            for (int k = 0; k < 6; ++k) {
+                nlohmann::json line = k == 0 ? groundLiveLine() : goodLiveLine();
+                line[0] = fmt::format("{:06x}", 0x400000 + k);
+                line[13] = fmt::format("TST{}", k);
+                line[10] = static_cast<long long>(now) - 120 + t;
+                if (k > 0) {
+                    line[1] = 52.20 + 0.03 * k + 0.0005 * t;
+                    line[2] = 4.60 + 0.02 * k;
+                }
+                text << line.dump() << '\n';
+            }
+        }
         state.recording = gf_readRecording(text, "recorded");
         state.clock = ReplayClock{60, true}; // the service shows the recording's second minute now
         std::stringstream parked(parkedText(now));
@@ -208,18 +201,17 @@ protected:
     }
     /// The parked traffic of the service: report times relative to NOW.
     virtual std::string parkedText(double /*NOW*/) { return ""; }
-    /// A failure on demand, as the control path would add it: REQUEST:ANSWER[:COUNT[:AFTER]].
+    /// A failure on demand, as the control path would add it: REQUEST:ANSWER[:COUNT[:AFTER]];
+    /// REQUEST:{...} or REQUEST: answers that body once.
     void fail(const std::string& SPEC)
     {
-        std::lock_guard lock(service->lock);
-        service->state.failures.failures.push_back(gf_parseFailure(SPEC));
-    }
-    /// The next answer to REQUEST is BODY.
-    void failWith(const std::string& REQUEST, const std::string& BODY)
-    {
-        Failure failure = gf_parseFailure(REQUEST + ":empty");
-        failure.kind = FailureKind::Custom;
-        failure.body = BODY;
+        const auto colon = SPEC.find(':');
+        const bool custom = colon + 1 == SPEC.size() || SPEC[colon + 1] == '{';
+        Failure failure = gf_parseFailure(custom ? SPEC.substr(0, colon) + ":empty" : SPEC);
+        if (custom) {
+            failure.kind = FailureKind::Custom;
+            failure.body = SPEC.substr(colon + 1);
+        }
         std::lock_guard lock(service->lock);
         service->state.failures.failures.push_back(failure);
     }
