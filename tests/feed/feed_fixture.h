@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -123,6 +124,13 @@ protected:
         processLine(client);
         if (client.lines.empty()) return std::nullopt;
         return client.lines.back();
+    }
+
+    /// What the main thread would take; the queue is emptied.
+    static std::vector<TrafficLine> drain()
+    {
+        std::lock_guard lock(linesLock);
+        return std::exchange(incomingLines, {});
     }
 
     TempDir dir;

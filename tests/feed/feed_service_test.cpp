@@ -252,12 +252,6 @@ class Readers : public ServiceFeedTest {
         gf_startTrafficReader();
         return gf_feedSession();
     }
-    /// Takes what the main thread would take.
-    static std::vector<TrafficLine> drain()
-    {
-        std::lock_guard lock(linesLock);
-        return std::exchange(incomingLines, {});
-    }
     /// Waits for the traffic reader's live requests to reach COUNT.
     bool liveAnswers(std::size_t COUNT)
     {

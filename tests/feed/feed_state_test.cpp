@@ -12,16 +12,28 @@
 namespace orv::test {
 namespace {
 
-class RangeBox : public FeedTest {
+
+constexpr std::int32_t now = 50000, due = now + liveDelaySeconds * 100;
+
+/// The state beside the readers from a clean start: no park view and no
+/// position, a new feed session whose client this is, standard pressure, a
+/// good weather lamp, and the main loop running at the tick `now`.
+class FeedState : public FeedTest {
 protected:
     void SetUp() override
     {
         FeedTest::SetUp();
         reset();
+        client.session = currentFeedSession;
+        qnhShown = qnhEngine = client.qnh = 1013;
+        weatherLamp = lampGood;
+        engineTick = now;
+        loopRunning = true;
     }
     void TearDown() override
     {
         reset();
+        loopRunning = false;
         FeedTest::TearDown();
     }
     static void reset()
@@ -29,6 +41,7 @@ protected:
         gf_publishParkView(ParkView{});
         ownPosition = UserPosition{};
         gf_resetFeed();
+        drain();
     }
     void fly(double ALTITUDE_FT, std::optional<double> AIRPORT_DISTANCE_NM, bool ON_GROUND = false)
     {
@@ -39,7 +52,28 @@ protected:
         gf_publishParkView(view);
         lf_computeRange();
     }
+    /// Takes the answer's DATA; the QNH then shown, engine's and client's alike.
+    std::int32_t take(const std::string& DATA)
+    {
+        gf_takeQnh(nlohmann::json::parse(DATA), "{\"data\":" + DATA + "}", client);
+        EXPECT_TRUE(qnhEngine == qnhShown && client.qnh == qnhShown) << DATA;
+        return qnhShown;
+    }
+    /// A batch of lines at TIMES, of the aircraft 0x100001, 0x100002 and on.
+    void hand(const std::vector<double>& TIMES, int DELAY_SECONDS = liveDelaySeconds)
+    {
+        for (const double time : TIMES) {
+            TrafficLine line;
+            line.timestamp = time;
+            line.hexid = 0x100001 + static_cast<std::uint32_t>(client.lines.size());
+            client.lines.push_back(line);
+        }
+        lf_handOverLines(client, DELAY_SECONDS);
+    }
 };
+using RangeBox = FeedState;
+using Weather = FeedState;
+using TimeModel = FeedState;
 
 TEST_F(RangeBox, RangeByParameterOrByHeightAndTheFirstParkAirport)
 {
@@ -145,23 +179,6 @@ TEST_F(RangeBox, TimeShiftIsSplitLimitedAndTakenByBothClients)
     EXPECT_EQ(gf_newFeedSession()->traffic.toffset, 0);
 }
 
-class Weather : public FeedTest {
-protected:
-    void SetUp() override
-    {
-        FeedTest::SetUp();
-        client.session = currentFeedSession;
-        qnhShown = qnhEngine = client.qnh = 1013;
-        weatherLamp = lampGood;
-    }
-    /// Takes the answer's DATA; the QNH then shown, engine's and client's alike.
-    std::int32_t take(const std::string& DATA)
-    {
-        gf_takeQnh(nlohmann::json::parse(DATA), "{\"data\":" + DATA + "}", client);
-        EXPECT_TRUE(qnhEngine == qnhShown && client.qnh == qnhShown) << DATA;
-        return qnhShown;
-    }
-};
 
 TEST_F(Weather, QnhInHectopascalOrInchesOfAnyKindAndStrangeOrMissingValuesLeaveTheLastGoodOne)
 {
@@ -218,42 +235,6 @@ TEST_F(Weather, LampsFollowWeatherAndLinesOnlyWhileConnected)
     rtConnected = false;
 }
 
-constexpr std::int32_t now = 50000, due = now + liveDelaySeconds * 100;
-
-class TimeModel : public FeedTest {
-protected:
-    void SetUp() override
-    {
-        FeedTest::SetUp();
-        engineTick = now;
-        loopRunning = true;
-        client.session = currentFeedSession;
-        taken();
-    }
-    void TearDown() override
-    {
-        taken();
-        loopRunning = false;
-        FeedTest::TearDown();
-    }
-    /// A batch of lines at TIMES, of the aircraft 0x100001, 0x100002 and on.
-    void hand(const std::vector<double>& TIMES, int DELAY_SECONDS = liveDelaySeconds)
-    {
-        for (const double time : TIMES) {
-            TrafficLine line;
-            line.timestamp = time;
-            line.hexid = 0x100001 + static_cast<std::uint32_t>(client.lines.size());
-            client.lines.push_back(line);
-        }
-        lf_handOverLines(client, DELAY_SECONDS);
-    }
-    /// What the main thread takes; the queue is emptied.
-    static std::vector<TrafficLine> taken()
-    {
-        std::lock_guard lock(linesLock);
-        return std::exchange(incomingLines, {});
-    }
-};
 
 TEST_F(TimeModel, LinesKeepTheirTimesRoundTheMedianToATenth)
 {
@@ -267,7 +248,7 @@ TEST_F(TimeModel, LinesKeepTheirTimesRoundTheMedianToATenth)
         hand(times);
         EXPECT_TRUE(client.lines.empty());
         std::vector<std::int32_t> got;
-        for (const auto& line : taken()) got.push_back(line.point.dueTick);
+        for (const auto& line : drain()) got.push_back(line.point.dueTick);
         EXPECT_EQ(got, ticks);
     }
     std::mt19937 random(5);
@@ -276,7 +257,7 @@ TEST_F(TimeModel, LinesKeepTheirTimesRoundTheMedianToATenth)
         for (int i = std::uniform_int_distribution<int>(1, 60)(random); i > 0; --i)
             times.push_back(1700000000 + std::uniform_real_distribution<double>(-20, 20)(random));
         hand(times);
-        const auto lines = taken();
+        const auto lines = drain();
         ASSERT_EQ(lines.size(), times.size());
         for (const auto& line : lines) {
             const double wanted = (line.timestamp - lines[0].timestamp) * 100;
@@ -298,19 +279,19 @@ TEST_F(TimeModel, WhatIsNotHandedOver)
     // Of two batches within one drain the second is lost whole, and not kept for later either.
     hand({100, 101});
     hand({102});
-    const auto lines = taken();
+    const auto lines = drain();
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0].hexid, 0x100001u);
     EXPECT_TRUE(client.lines.empty());
     loopRunning = false;
     hand({100});
-    EXPECT_TRUE(taken().empty()) << "nothing while the loop stands still";
+    EXPECT_TRUE(drain().empty()) << "nothing while the loop stands still";
     loopRunning = true;
     client.session = currentFeedSession + 1000;
     hand({100});
     client.history.push_back(TrafficLine{});
     lf_handOverHistory(client);
-    EXPECT_TRUE(taken().empty()) << "a client of an ended session reaches nothing";
+    EXPECT_TRUE(drain().empty()) << "a client of an ended session reaches nothing";
     EXPECT_TRUE(client.history.empty());
 }
 
@@ -319,10 +300,10 @@ TEST_F(TimeModel, HistoryGoesToTheMainThreadOldestFirstWithItsDueTicks)
     loopRunning = false; // the buffered start comes before the loop runs
     for (int slice = 0; slice < 5; ++slice) {
         hand({1000.0 + 6 * slice, 1000.5 + 6 * slice}, 6 * slice);
-        EXPECT_TRUE(taken().empty()) << "history waits for the whole buffer";
+        EXPECT_TRUE(drain().empty()) << "history waits for the whole buffer";
     }
     lf_handOverHistory(client);
-    auto lines = taken();
+    auto lines = drain();
     ASSERT_EQ(lines.size(), 10u);
     // The engine takes from the end: each aircraft's points come oldest first.
     std::reverse(lines.begin(), lines.end());
