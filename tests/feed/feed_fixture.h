@@ -137,8 +137,12 @@ protected:
     RtClient client;
 };
 
+/// The engine's tick while the readers run: lines are due from it on.
+inline constexpr std::int32_t nowTick = 70000;
+
 /// The program against the stand-in service, its paces 250 ms for traffic and
-/// 300 ms for weather, the user 1200 ft over the park airport.
+/// 300 ms for weather, the user 1200 ft over the park airport, the main loop
+/// running.
 class ServiceFeedTest : public FeedTest {
 protected:
     void SetUp() override
@@ -192,6 +196,10 @@ protected:
         view.firstDistanceNm = 0;
         gf_publishParkView(view);
         lf_computeBox();
+        exitReason = NOT_YET_SET;
+        engineTick = nowTick;
+        drain();
+        loopRunning = true;
     }
     void TearDown() override
     {
@@ -205,7 +213,26 @@ protected:
         sleepScale = 1.0;
         exitInProgress = false;
         rtConnected = false;
+        drain();
+        loopRunning = false;
+        exitReason = NOT_YET_SET;
+        readerFailed = false;
+        restartPending = false;
         FeedTest::TearDown();
+    }
+    std::shared_ptr<FeedSession> login()
+    {
+        lf_startRt();
+        EXPECT_TRUE(gf_rtSessionExists());
+        return gf_feedSession();
+    }
+    /// A login and both readers started.
+    std::shared_ptr<FeedSession> startSession()
+    {
+        lf_startRt();
+        gf_startWeatherReader();
+        gf_startTrafficReader();
+        return gf_feedSession();
     }
     /// The parked traffic of the service: report times relative to NOW.
     virtual std::string parkedText(double /*NOW*/) { return ""; }

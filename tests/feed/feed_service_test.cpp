@@ -10,15 +10,7 @@
 namespace orv::test {
 namespace {
 
-class Client : public ServiceFeedTest {
-  protected:
-    std::shared_ptr<FeedSession> login()
-    {
-        lf_startRt();
-        EXPECT_TRUE(gf_rtSessionExists());
-        return gf_feedSession();
-    }
-};
+using Client = ServiceFeedTest;
 
 TEST_F(Client, LoginSharesTheSessionAndLogoutEndsIt)
 {
@@ -188,7 +180,7 @@ TEST_F(Client, EachAnswerHasItsEffect)
     qnhShown = standardQnh;
 }
 
-class ParkedClient : public Client {
+class ParkedClient : public ServiceFeedTest {
   protected:
     std::string parkedText(double NOW) override
     {
@@ -224,34 +216,8 @@ TEST_F(ParkedClient, YoungestFirstOnePerStandAndCallsign)
     RT_PARKTRAFFIC_ONLY.value = false;
 }
 
-constexpr std::int32_t nowTick = 70000;
-
 class Readers : public ServiceFeedTest {
   protected:
-    void SetUp() override
-    {
-        ServiceFeedTest::SetUp();
-        exitReason = NOT_YET_SET;
-        engineTick = nowTick;
-        drain();
-        loopRunning = true;
-    }
-    void TearDown() override
-    {
-        ServiceFeedTest::TearDown();
-        drain();
-        loopRunning = false;
-        exitReason = NOT_YET_SET;
-        readerFailed = false;
-        restartPending = false;
-    }
-    std::shared_ptr<FeedSession> startSession()
-    {
-        lf_startRt();
-        gf_startWeatherReader();
-        gf_startTrafficReader();
-        return gf_feedSession();
-    }
     /// Waits for the traffic reader's live requests to reach COUNT.
     bool liveAnswers(std::size_t COUNT)
     {
