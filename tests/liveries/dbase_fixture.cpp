@@ -1,7 +1,9 @@
 // Plain reference databases for tests, the log capture and the outcome text.
 #include "tests/liveries/dbase_fixture.h"
 
+#include "core/folders.h"
 #include "core/log.h"
+#include "core/parameters.h"
 #include "liveries/dbase.h"
 #include "liveries/scan_driver.h"
 #include "tools/dbase_scramble.h"
@@ -88,6 +90,10 @@ void gf_clearSideLists()
 
 void LiveriesTest::SetUp()
 {
+    gf_resetParameters();
+    gf_setUserFolder();
+    std::filesystem::create_directories(userFolder);
+    lf_makeFolders();
     loadDbase(PlainDbase{});
     lf_clearScanLists();
 }
@@ -96,6 +102,7 @@ void LiveriesTest::TearDown()
 {
     lf_clearScanLists();
     gf_clearDbase();
+    gf_resetParameters();
 }
 
 } // namespace orv::test

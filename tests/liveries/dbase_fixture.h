@@ -90,8 +90,8 @@ std::string gf_thrown(F&& CALL)
     return "nothing thrown";
 }
 
-/// A folder of its own with a log, the plain reference data loaded and the
-/// scan's lists empty.
+/// A program folder of its own with a log and the parameters' defaults, the
+/// plain reference data loaded and the scan's lists empty.
 class LiveriesTest : public ::testing::Test {
 protected:
     void SetUp() override;

@@ -67,14 +67,11 @@ const MatchCase matchCases[] = {
     {"", "E190", 3, "PH-EZA", "0"}, {"", "E190", 3, "PH-EZA", "2 KLM E190", false, true},
 };
 
-class Matching : public ::testing::Test {
+class Matching : public test::LiveriesTest {
 protected:
-    test::TempDir temp;
-    test::LogCapture log;
-
     void SetUp() override
     {
-        gf_resetParameters();
+        LiveriesTest::SetUp();
         test::gf_loadMatchingReference();
         test::gf_buildMatchingTables(liveries);
         lf_applyRegcodeEntries({{"KLM 738 special", {"PH-BXS"}, true}, {"BAW 320 special", {"G-EUYS"}, true}});
@@ -83,7 +80,7 @@ protected:
     void TearDown() override
     {
         test::gf_clearMatchingState();
-        gf_clearDbase();
+        LiveriesTest::TearDown();
     }
 
     /// The step and title of one match.

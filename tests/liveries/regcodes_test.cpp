@@ -105,26 +105,19 @@ TEST(RegcodeFiles, TheMakersFileAndTheUsersFolder)
     EXPECT_FALSE(log.contains("c.csv"));
 }
 
-class RegcodeSources : public ::testing::Test {
+class RegcodeSources : public test::LiveriesTest {
 protected:
-    test::TempDir temp;
-    test::LogCapture log;
     void SetUp() override
     {
-        gf_resetParameters();
-        gf_setUserFolder();
-        lf_makeFolders();
+        LiveriesTest::SetUp();
         test::gf_loadMatchingReference();
         offlineReport.clear();
-        dontUseTitles.clear();
     }
     void TearDown() override
     {
         test::gf_clearMatchingState();
-        gf_clearDbase();
         offlineReport.clear();
-        dontUseTitles.clear();
-        DOWNLOAD_URL.value = DOWNLOAD_URL.defaultValue;
+        LiveriesTest::TearDown();
     }
     static std::string titleOf(const std::string& REG)
     {

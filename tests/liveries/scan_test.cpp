@@ -62,10 +62,6 @@ class Scan : public test::LiveriesTest {
 protected:
     void SetUp() override
     {
-        gf_resetParameters();
-        gf_setUserFolder();
-        fs::create_directories(userFolder);
-        lf_makeFolders();
         LiveriesTest::SetUp();
         resetScanState();
         LIG_AUTOMATIC.value = false;
@@ -74,7 +70,6 @@ protected:
     {
         resetScanState();
         LiveriesTest::TearDown();
-        gf_resetParameters();
     }
     /// Liveries found by walking FOLDER, as the driver's walk gives them.
     static std::vector<LiveryData> walk(const fs::path& FOLDER)
