@@ -306,6 +306,7 @@ struct EndingCase {
     const char* failure;
     const char* message;
 };
+void PrintTo(const EndingCase& CASE, std::ostream* OUT) { *OUT << CASE.failure; }
 
 class ReaderEndings : public Readers, public ::testing::WithParamInterface<EndingCase> {};
 
