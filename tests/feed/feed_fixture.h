@@ -132,6 +132,13 @@ protected:
         std::lock_guard lock(linesLock);
         return std::exchange(incomingLines, {});
     }
+    /// The main loop starts or stops, its queue empty.
+    static void runLoop(bool RUNNING)
+    {
+        std::lock_guard lock(linesLock);
+        incomingLines.clear();
+        loopRunning = RUNNING;
+    }
 
     TempDir dir;
     RtClient client;
@@ -198,8 +205,7 @@ protected:
         lf_computeBox();
         exitReason = NOT_YET_SET;
         engineTick = nowTick;
-        drain();
-        loopRunning = true;
+        runLoop(true);
     }
     void TearDown() override
     {
@@ -213,8 +219,7 @@ protected:
         sleepScale = 1.0;
         exitInProgress = false;
         rtConnected = false;
-        drain();
-        loopRunning = false;
+        runLoop(false);
         exitReason = NOT_YET_SET;
         readerFailed = false;
         restartPending = false;

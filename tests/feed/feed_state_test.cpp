@@ -28,12 +28,12 @@ protected:
         qnhShown = qnhEngine = client.qnh = 1013;
         weatherLamp = lampGood;
         engineTick = now;
-        loopRunning = true;
+        runLoop(true);
     }
     void TearDown() override
     {
         reset();
-        loopRunning = false;
+        runLoop(false);
         FeedTest::TearDown();
     }
     static void reset()
@@ -41,7 +41,6 @@ protected:
         gf_publishParkView(ParkView{});
         ownPosition = UserPosition{};
         gf_resetFeed();
-        drain();
     }
     void fly(double ALTITUDE_FT, std::optional<double> AIRPORT_DISTANCE_NM, bool ON_GROUND = false)
     {
@@ -283,10 +282,10 @@ TEST_F(TimeModel, WhatIsNotHandedOver)
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0].hexid, 0x100001u);
     EXPECT_TRUE(client.lines.empty());
-    loopRunning = false;
+    runLoop(false);
     hand({100});
     EXPECT_TRUE(drain().empty()) << "nothing while the loop stands still";
-    loopRunning = true;
+    runLoop(true);
     client.session = currentFeedSession + 1000;
     hand({100});
     client.history.push_back(TrafficLine{});
@@ -297,7 +296,7 @@ TEST_F(TimeModel, WhatIsNotHandedOver)
 
 TEST_F(TimeModel, HistoryGoesToTheMainThreadOldestFirstWithItsDueTicks)
 {
-    loopRunning = false; // the buffered start comes before the loop runs
+    runLoop(false); // the buffered start comes before the loop runs
     for (int slice = 0; slice < 5; ++slice) {
         hand({1000.0 + 6 * slice, 1000.5 + 6 * slice}, 6 * slice);
         EXPECT_TRUE(drain().empty()) << "history waits for the whole buffer";
