@@ -4,10 +4,8 @@
 // airport, the program's parameters pointed at it and its request log.
 #pragma once
 
-#include <chrono>
 #include <ctime>
 #include <filesystem>
-#include <thread>
 #include <utility>
 
 #include <fmt/format.h>
@@ -27,8 +25,8 @@
 #include "feed/rt_client.h"
 #include "liveries/dbase.h"
 #include "standin/service/server.h"
+#include "tests/support/eventually.h"
 #include "tests/support/temp_dir.h"
-#include "traffic/act.h"
 
 namespace orv::test {
 
@@ -65,19 +63,6 @@ inline std::string logText()
         logStream.flush();
     }
     return readFile(std::filesystem::current_path() / "Log.txt");
-}
-
-/// Waits for a state: true as soon as CONDITION holds, false when it still
-/// does not after a minute, generous for a loaded machine.
-template <typename F>
-bool eventually(F&& CONDITION)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!CONDITION()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
 }
 
 /// A fresh program folder with its parameters and log, the model and

@@ -121,10 +121,11 @@ TEST_F(Scan, WalkTakesAircraftCfgInAnyCaseAndSkipsExcludedBranches)
     plant("c/pkg-Airport/sub/aircraft.cfg", "case differs");
     plant("c/" + std::string(250, 'x') + "/sub/aircraft.cfg", "deep");
     EXPECT_EQ(titles(walk("c"), true), (std::vector<std::string>{"case differs", "mixed", "root", "upper"}));
-    // A root that holds an excluded word is read one level deep.
+    // The words count below the scanned folder only: a root named like an airport is walked through.
     plant("my-airport-pack/aircraft.cfg", "top");
     plant("my-airport-pack/sub/aircraft.cfg", "below");
-    EXPECT_EQ(titles(walk("my-airport-pack")), (std::vector<std::string>{"top"}));
+    plant("my-airport-pack/sub/navigraph/aircraft.cfg", "excluded below");
+    EXPECT_EQ(titles(walk("my-airport-pack"), true), (std::vector<std::string>{"below", "top"}));
 }
 
 TEST_F(Scan, ResultsKeepTheOrderOfFinding)
