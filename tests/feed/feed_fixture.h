@@ -12,10 +12,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "app/lifecycle.h"
 #include "core/clock.h"
 #include "core/flags.h"
 #include "core/folders.h"
-#include "app/lifecycle.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "feed/decode.h"
