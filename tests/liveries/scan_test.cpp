@@ -353,17 +353,8 @@ TEST_F(Scan, StoredFileFaults)
         << "taken as it stands";
 }
 
-TEST_F(Scan, ModelListsAndTheMatchingSummary)
+TEST_F(Scan, MatchingSummaryListsEachFailedCreationOnceInOrder)
 {
-    std::vector<std::string> models;
-    for (int i = 0; i < 45; ++i) models.push_back(fmt::format("M{:02}", i));
-    const auto lines = gf_modelListLines(models);
-    ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0].substr(0, 10), "  M00,M01,");
-    EXPECT_EQ(lines[0].size(), 2 + 20 * 4 - 1);
-    EXPECT_EQ(lines[2], "  M40,M41,M42,M43,M44");
-    EXPECT_TRUE(gf_modelListLines({}).empty());
-
     matchSteps = {5, 4, 3, 2, 1, 0};
     failedCreations = {"B738 KLM", "A320 DLH", "B738 KLM"};
     gf_writeMatchingSummary();
