@@ -1,38 +1,39 @@
-// Plain reference databases for tests, and the log capture.
+// Plain reference databases for tests, the log capture and the outcome text.
 #include "tests/liveries/dbase_fixture.h"
 
+#include "core/folders.h"
 #include "core/log.h"
+#include "core/parameters.h"
 #include "liveries/dbase.h"
+#include "liveries/scan_driver.h"
 #include "tools/dbase_scramble.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <fstream>
 #include <mutex>
 
 namespace orv::test {
 
+namespace {
+const std::pair<const char*, SideList*> sideLists[] = {{"airline", &invalidAirlines}, {"model", &invalidModels},
+                                                       {"fix", &codeFixes},           {"cfg", &invalidCfgFiles},
+                                                       {"section", &incompleteSections}, {"empty", &emptyCfgFiles}};
+} // namespace
+
 std::string PlainDbase::xml() const
 {
+    const std::pair<const char*, const std::string*> sections[] = {
+        {"aircrafts", &aircrafts},      {"high_performance", &highPerf}, {"heavy", &heavy},
+        {"large", &large},              {"buzjet", &buzjet},             {"rotorcraft", &rotorcraft},
+        {"cargo_types", &cargoTypes},   {"similar_types", &similar},     {"ICAO_airlines", &airlines},
+        {"cargo_operators", &cargoOperators}, {"publishers", &publishers}, {"wingspans", &wingspans},
+        {"fixes", &fixes},              {"simaddons20", &simaddons},     {"thirdparties20", &thirdParties20},
+        {"thirdparties24", &thirdParties24}, {"dbase", &records}};
     std::string out;
-    const auto section = [&](const char* NAME, const std::string& INSIDE) {
-        if (!INSIDE.empty()) out += std::string("<") + NAME + ">" + INSIDE + "</" + NAME + ">\n";
-    };
-    section("aircrafts", aircrafts);
-    section("high_performance", highPerf);
-    section("heavy", heavy);
-    section("large", large);
-    section("buzjet", buzjet);
-    section("rotorcraft", rotorcraft);
-    section("cargo_types", cargoTypes);
-    section("similar_types", similar);
-    section("ICAO_airlines", airlines);
-    section("cargo_operators", cargoOperators);
-    section("publishers", publishers);
-    section("wingspans", wingspans);
-    section("fixes", fixes);
-    section("simaddons20", simaddons);
-    section("thirdparties20", thirdParties20);
-    section("thirdparties24", thirdParties24);
-    section("dbase", records);
+    for (const auto& [name, inside] : sections)
+        if (!inside->empty()) out += fmt::format("<{0}>{1}</{0}>\n", name, *inside);
     return out;
 }
 
@@ -59,12 +60,49 @@ bool LogCapture::contains(const std::string& LINE) const
     return all.find("\n" + LINE + "\n") != std::string::npos || all.starts_with(LINE + "\n");
 }
 
+void LogCapture::expectLines(std::initializer_list<std::string> LINES) const
+{
+    for (const auto& line : LINES) EXPECT_TRUE(contains(line)) << line;
+}
+
 std::vector<std::string> fileLines(const std::filesystem::path& PATH)
 {
     std::vector<std::string> lines;
     std::ifstream file(PATH);
     for (std::string line; std::getline(file, line);) lines.push_back(line);
     return lines;
+}
+
+std::string gf_outcome(const std::vector<LiveryData>& LIVERIES)
+{
+    std::vector<std::string> lines;
+    for (const auto& l : LIVERIES)
+        lines.push_back(fmt::format("{}/{}/{}/{}{}", l.airline, l.model, l.title, l.regcode, l.cargo ? "/cargo" : ""));
+    for (const auto& [name, list] : sideLists)
+        for (const auto& line : list->copy()) lines.push_back(fmt::format("{}: {}", name, line));
+    return fmt::format("{}", fmt::join(lines, "\n"));
+}
+
+void gf_clearSideLists()
+{
+    for (const auto& [name, list] : sideLists) list->clear();
+}
+
+void LiveriesTest::SetUp()
+{
+    gf_resetParameters();
+    gf_setUserFolder();
+    std::filesystem::create_directories(userFolder);
+    lf_makeFolders();
+    loadDbase(PlainDbase{});
+    lf_clearScanLists();
+}
+
+void LiveriesTest::TearDown()
+{
+    lf_clearScanLists();
+    gf_clearDbase();
+    gf_resetParameters();
 }
 
 } // namespace orv::test

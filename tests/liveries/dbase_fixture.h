@@ -1,9 +1,13 @@
 // Test support for the livery catalogue: reference databases written in plain
-// text, scrambled with the program's key and read through the real reader,
-// and a log opened in the test's folder so that its lines can be checked.
+// text, scrambled with the program's key and read through the real reader; a
+// log opened in the test's folder; the liveries and side lists of a scan as
+// one text that a table row can hold.
 #pragma once
 
+#include "liveries/livery_data.h"
 #include "tests/support/temp_dir.h"
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -40,7 +44,8 @@ struct PlainDbase {
                              <db reg="D-AIAB" airl="DLH" type="A320"/>
                              <db reg="G-EZAA" airl="EZY" type="A319"/>
                              <db reg="N12" airl="PVT" type="C172"/>
-                             <db reg="N123AB" airl="PVT" type="C172"/>)";
+                             <db reg="N123AB" airl="PVT" type="C172"/>
+                             <db reg="XX-NOA" type="B738"/>)";
 
     /// The whole document, sections without content left out.
     [[nodiscard]] std::string xml() const;
@@ -59,9 +64,40 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
     [[nodiscard]] std::string text() const;
     [[nodiscard]] bool contains(const std::string& LINE) const;
+    /// Every one of LINES is a whole line of the log.
+    void expectLines(std::initializer_list<std::string> LINES) const;
 };
 
 /// Every line of a file, without line ends.
 std::vector<std::string> fileLines(const std::filesystem::path& PATH);
+
+/// LIVERIES one a line as "airline/model/title/regcode" (and "/cargo"), then
+/// the lines of the side lists as "airline: ", "model: ", "fix: ", "cfg: ",
+/// "section: " and "empty: " lines; no trailing line end.
+std::string gf_outcome(const std::vector<LiveryData>& LIVERIES = {});
+/// Empties the six side lists.
+void gf_clearSideLists();
+
+/// The what() of the exception CALL throws, or "nothing thrown".
+template <typename F>
+std::string gf_thrown(F&& CALL)
+{
+    try {
+        CALL();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "nothing thrown";
+}
+
+/// A program folder of its own with a log and the parameters' defaults, the
+/// plain reference data loaded and the scan's lists empty.
+class LiveriesTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    TempDir temp;
+    LogCapture log;
+};
 
 } // namespace orv::test

@@ -8,54 +8,23 @@
 
 namespace orv::test {
 
-namespace {
-
-void lf_codes(CodeSet& SET, std::initializer_list<const char*> CODES)
-{
-    for (const char* code : CODES) {
-        SET.insert(code);
-        allModels.insert(code);
-    }
-}
-
-/// The category lists as the scan's report fills them: each model with a livery.
-void lf_fillCategoryLists()
-{
-    lightModelsWithLiveries.clear();
-    buzjetModelsWithLiveries.clear();
-    rotorcraftModelsWithLiveries.clear();
-    CodeSet models;
-    for (const auto& [model, titles] : genericPax) models.insert(model);
-    for (const auto& [model, titles] : genericCargo) models.insert(model);
-    for (const auto& model : models) {
-        switch (gf_modelCategory(model)) {
-        case ModelCategory::Light: lightModelsWithLiveries.push_back(model); break;
-        case ModelCategory::Buzjets: buzjetModelsWithLiveries.push_back(model); break;
-        case ModelCategory::Rotorcraft: rotorcraftModelsWithLiveries.push_back(model); break;
-        default: break;
-        }
-    }
-}
-
-} // namespace
-
 void gf_loadMatchingReference()
 {
     gf_clearDbase();
-    lf_codes(largeModels, {"A319", "A320", "A321", "A20N", "B736", "B737", "B738", "B739", "B38M", "E190", "E195"});
-    lf_codes(heavyModels, {"B77W", "B77L", "B772", "A359", "A35K", "B744"});
-    lf_codes(buzjetModels, {"C25C", "CL60"});
-    lf_codes(rotorcraftModels, {"EC35", "R44"});
-    // Light is the category of every model the other tables do not name.
-    for (const char* light : {"C172", "C152", "SR22", "SR20", "DA40", "PA28"}) allModels.insert(light);
-    similarGroups = {{"B736", "B737", "B738", "B739", "B38M"},
-                     {"A319", "A320", "A321", "A20N"},
-                     {"B772", "B77L", "B77W"},
-                     {"A359", "A35K"},
-                     {"E190", "E195"},
-                     {"C152", "C172"},
-                     {"SR20", "SR22"}};
-    for (const char* airline : {"KLM", "KLC", "DLH", "BAW", "AFR", "EZY", "TRA", "GEC", "PVT"}) icaoAirlines.insert(airline);
+    const std::pair<CodeSet*, std::vector<const char*>> categories[] = {
+        {&largeModels, {"A319", "A320", "A321", "A20N", "B736", "B737", "B738", "B739", "B38M", "E190", "E195"}},
+        {&heavyModels, {"B77W", "B77L", "B772", "A359", "A35K", "B744"}},
+        {&buzjetModels, {"C25C", "CL60"}},
+        {&rotorcraftModels, {"EC35", "R44"}},
+        {&allModels, {"C172", "C152", "SR22", "SR20", "DA40", "PA28"}}, // Light: in no other table
+    };
+    for (const auto& [set, codes] : categories) {
+        set->insert(codes.begin(), codes.end());
+        allModels.insert(codes.begin(), codes.end());
+    }
+    similarGroups = {{"B736", "B737", "B738", "B739", "B38M"}, {"A319", "A320", "A321", "A20N"}, {"B772", "B77L", "B77W"},
+                     {"A359", "A35K"}, {"E190", "E195"}, {"C152", "C172"}, {"SR20", "SR22"}};
+    icaoAirlines = {"KLM", "KLC", "DLH", "BAW", "AFR", "EZY", "TRA", "GEC", "PVT"};
     dbaseRecords["PH-BXA"] = {"KLM", "B738", "", false};
     dbaseRecords["PH-EZA"] = {"KLM", "E190", "KLC", false};
     dbaseRecords["D-ALFA"] = {"DLH", "B77L", "GEC", true};
@@ -73,7 +42,19 @@ void gf_buildMatchingTables(const std::vector<TestLivery>& LIVERIES)
     lf_buildInlineRegcodes();
     gf_buildGeneric();
     gf_buildSimilar();
-    lf_fillCategoryLists();
+    // The category lists as the scan's report fills them: each model with a livery.
+    CodeSet models;
+    for (const auto* generic : {&genericPax, &genericCargo})
+        for (const auto& [model, titles] : *generic) models.insert(model);
+    for (auto* list : {&lightModelsWithLiveries, &buzjetModelsWithLiveries, &rotorcraftModelsWithLiveries}) list->clear();
+    for (const auto& model : models) {
+        switch (gf_modelCategory(model)) {
+        case ModelCategory::Light: lightModelsWithLiveries.push_back(model); break;
+        case ModelCategory::Buzjets: buzjetModelsWithLiveries.push_back(model); break;
+        case ModelCategory::Rotorcraft: rotorcraftModelsWithLiveries.push_back(model); break;
+        default: break;
+        }
+    }
     liveryList.clear();
 }
 

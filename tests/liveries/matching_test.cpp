@@ -1,6 +1,6 @@
-// Livery matching: the steps one by one with a seeded random source, the
-// depth limits, the draw that keeps special and refused titles away, and the
-// tables of similar models.
+// Livery matching: a table of aircraft and the step and livery each one gets
+// with a seeded random source, the depth limits, the draw that keeps special
+// and refused titles away, and the tables of similar models.
 #include "liveries/catalogue.h"
 #include "liveries/matching.h"
 #include "liveries/regcodes.h"
@@ -8,8 +8,6 @@
 #include "tests/liveries/matching_fixture.h"
 
 #include "core/parameters.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <set>
@@ -22,68 +20,79 @@ using test::TestLivery;
 /// Seeds tried where a property must hold whatever the draw.
 constexpr std::uint32_t seedCount = 200;
 
-const std::vector<TestLivery>& lf_liveries()
-{
-    static const std::vector<TestLivery> liveries{
-        {"KLM", "B738", "KLM 738 a", ""},
-        {"KLM", "B738", "KLM 738 b", ""},
-        {"KLM", "B738", "KLM 738 PH-BXA", "PH-BXA"},
-        {"KLM", "B738", "KLM 738 special", ""},
-        {"KLM", "E190", "KLM E190", ""},
-        {"KLC", "E190", "KLC E190", ""},
-        {"DLH", "B77W", "DLH 77W", ""},
-        {"GEC", "B77L", "GEC 77L cargo", "", true},
-        {"ZZZ", "A359", "Generic A359", ""},
-        {"AFR", "A359", "AFR A359", ""},
-        {"BAW", "A320", "BAW 320 special", ""},
-        {"BAW", "A321", "BAW 321", ""},
-        {"ZZZ", "A320", "Generic A320", ""},
-        {"ZZZ", "C172", "ZZZ C172 white", ""},
-        {"PVT", "C172", "PVT C172 red", ""},
-        {"AFR", "SR22", "AFR SR22", ""},
-        {"DLH", "SR22", "DLH SR22 cargo", "", true},
-        {"ZZZ", "EC35", "ZZZ EC35 rescue", ""},
-        {"ZZZ", "C25C", "ZZZ C25C", ""},
-    };
-    return liveries;
-}
+const std::vector<TestLivery> liveries{
+    {"KLM", "B738", "KLM 738 a", ""},         {"KLM", "B738", "KLM 738 b", ""},       {"KLM", "B738", "KLM 738 PH-BXA", "PH-BXA"},
+    {"KLM", "B738", "KLM 738 special", ""},   {"KLM", "E190", "KLM E190", ""},        {"KLC", "E190", "KLC E190", ""},
+    {"DLH", "B77W", "DLH 77W", ""},           {"GEC", "B77L", "GEC 77L cargo", "", true}, {"ZZZ", "A359", "Generic A359", ""},
+    {"AFR", "A359", "AFR A359", ""},          {"BAW", "A320", "BAW 320 special", ""}, {"BAW", "A321", "BAW 321", ""},
+    {"ZZZ", "A320", "Generic A320", ""},      {"ZZZ", "C172", "ZZZ C172 white", ""},  {"PVT", "C172", "PVT C172 red", ""},
+    {"AFR", "SR22", "AFR SR22", ""},          {"DLH", "SR22", "DLH SR22 cargo", "", true}, {"ZZZ", "EC35", "ZZZ EC35 rescue", ""},
+    {"ZZZ", "C25C", "ZZZ C25C", ""},
+};
 
-class Matching : public ::testing::Test {
+/// One aircraft to match; OUTCOME is "step title", "step ~model" where the
+/// title is a draw and only its model is sure, or "0" for no match.
+struct MatchCase {
+    const char* airline;
+    const char* model;
+    int depth;
+    const char* regcode;
+    const char* outcome;
+    bool cargo = false;
+    bool isStatic = false;
+};
+
+const MatchCase matchCases[] = {
+    // The airframe's own livery wins over airline and model; depth 1 matches registrations only.
+    {"DLH", "A320", 4, "PHBXA", "1 KLM 738 PH-BXA"}, {"KLM", "B738", 1, "PH-BXA", "1 KLM 738 PH-BXA"},
+    {"KLM", "B738", 2, "PH-BXS", "1 KLM 738 special"}, {"KLM", "B738", 1, "", "0"}, {"PVT", "C172", 1, "", "0"},
+    // Depth 2: the airline's model, and ZZZ for private owners; no similar model.
+    {"KLM", "B738", 2, "", "2 ~B738"}, {"PVT", "C172", 2, "", "4 ZZZ C172 white"}, {"KLM", "B739", 2, "", "0"},
+    // Depth 3: a similar model of the airline.
+    {"KLM", "B739", 3, "", "3 ~B738"}, {"BAW", "A319", 3, "", "3 BAW 321"},
+    // A heavy never gets another airline's paint: at depth 4 the one without airline, no more.
+    {"KLM", "A359", 3, "", "0"}, {"KLM", "A359", 4, "", "4 Generic A359"}, {"KLM", "B77W", 4, "", "0"},
+    // Light models fall through to any airline's paint and to similar models; other small
+    // categories draw from their own lists.
+    {"EZY", "SR22", 3, "", "5 AFR SR22"}, {"EZY", "C152", 3, "", "6 ~C172"}, {"EZY", "CL60", 4, "", "6 ZZZ C25C"},
+    {"EZY", "R44", 4, "", "6 ZZZ EC35 rescue"},
+    // A freighter takes a passenger paint of its airline; a passenger aircraft never a cargo paint.
+    {"DLH", "B77W", 2, "", "2 DLH 77W", true}, {"GEC", "B77L", 2, "", "2 GEC 77L cargo", true},
+    {"GEC", "B77L", 4, "", "0"},
+    // BAW's only A320 is special: no step 2, and as BAW has the model no similar one stands in.
+    {"BAW", "A320", 2, "", "0"}, {"BAW", "A320", 3, "", "0"}, {"BAW", "A320", 4, "", "4 Generic A320"},
+    // PH-EZA: KLM's airframe flown by KLC; KLC's paint first, then KLM's. Without an
+    // airline a live aircraft skips these tries, a static one does not.
+    {"KLC", "E190", 2, "PH-EZA", "2 KLC E190"}, {"TRA", "E190", 2, "PH-EZA", "2 KLM E190"},
+    {"", "E190", 3, "PH-EZA", "0"}, {"", "E190", 3, "PH-EZA", "2 KLM E190", false, true},
+};
+
+class Matching : public test::LiveriesTest {
 protected:
-    test::TempDir temp;
-    test::LogCapture log;
-
     void SetUp() override
     {
-        gf_resetParameters();
+        LiveriesTest::SetUp();
         test::gf_loadMatchingReference();
-        test::gf_buildMatchingTables(lf_liveries());
+        test::gf_buildMatchingTables(liveries);
         lf_applyRegcodeEntries({{"KLM 738 special", {"PH-BXS"}, true}, {"BAW 320 special", {"G-EUYS"}, true}});
         gf_seedMatching(1);
     }
     void TearDown() override
     {
         test::gf_clearMatchingState();
-        gf_clearDbase();
+        LiveriesTest::TearDown();
     }
 
     /// The step and title of one match.
     static std::pair<int, std::string> match(std::string_view AIRLINE, std::string_view MODEL, int DEPTH,
                                              std::string_view REGCODE = "", bool CARGO = false, bool STATIC = false)
     {
-        LiveryQuery query;
-        query.airline = AIRLINE;
-        query.icaoType = MODEL;
-        query.regcode = REGCODE;
-        query.category = gf_modelCategory(std::string(MODEL));
-        query.cargo = CARGO;
+        LiveryQuery query{AIRLINE, MODEL, REGCODE, gf_modelCategory(std::string(MODEL)), CARGO, {}};
         const int step = gf_matchSteps(query, DEPTH, STATIC);
         return {step, std::string(query.livery)};
     }
-
     /// Every title a match gives over many seeds.
-    static std::set<std::string> titlesOverSeeds(std::string_view AIRLINE, std::string_view MODEL, int DEPTH,
-                                                 bool CARGO = false)
+    static std::set<std::string> titlesOverSeeds(std::string_view AIRLINE, std::string_view MODEL, int DEPTH, bool CARGO = false)
     {
         std::set<std::string> seen;
         for (std::uint32_t seed = 1; seed <= seedCount; ++seed) {
@@ -94,11 +103,15 @@ protected:
     }
 };
 
-TEST_F(Matching, TheAirframesOwnLiveryWinsOverAirlineAndModel)
+TEST_F(Matching, EachAircraftGetsItsStepAndLivery)
 {
-    // Another airline and another model: the registration decides alone.
-    EXPECT_EQ(match("DLH", "A320", 4, "PHBXA"), std::make_pair(1, std::string("KLM 738 PH-BXA")));
-    EXPECT_EQ(match("KLM", "B738", 1, "PH-BXA"), std::make_pair(1, std::string("KLM 738 PH-BXA")));
+    for (const auto& c : matchCases) {
+        const auto [step, title] = match(c.airline, c.model, c.depth, c.regcode, c.cargo, c.isStatic);
+        std::string got = std::to_string(step);
+        if (step != 0)
+            got += std::string(c.outcome).find('~') == std::string::npos ? " " + title : " ~" + std::string(titleIndex.at(title).model);
+        EXPECT_EQ(got, c.outcome) << c.airline << " " << c.model << " depth " << c.depth << " " << c.regcode;
+    }
 }
 
 TEST_F(Matching, RegistrationFormsAreTriedBestFirst)
@@ -116,50 +129,13 @@ TEST_F(Matching, RegistrationFormsAreTriedBestFirst)
     EXPECT_EQ(match("", "B738", 1, "PH-BXA").first, 0);
 }
 
-TEST_F(Matching, DepthOneMatchesRegistrationsOnly)
+TEST_F(Matching, DrawsOverSeedsKeepTheirBounds)
 {
-    EXPECT_EQ(match("KLM", "B738", 1).first, 0);
-    EXPECT_EQ(match("PVT", "C172", 1).first, 0);
-    EXPECT_EQ(match("KLM", "B738", 1, "PH-BXA").first, 1);
-}
-
-TEST_F(Matching, DepthTwoGivesTheAirlinesModelAndZzzToPrivateOwners)
-{
-    EXPECT_EQ(titlesOverSeeds("KLM", "B738", 2), (std::set<std::string>{"KLM 738 a", "KLM 738 b", "KLM 738 PH-BXA"}));
-    EXPECT_EQ(match("KLM", "B738", 2).first, 2);
-    EXPECT_EQ(match("PVT", "C172", 2), std::make_pair(4, std::string("ZZZ C172 white")));
-    // No similar model at depth 2.
-    EXPECT_EQ(match("KLM", "B739", 2).first, 0);
-}
-
-TEST_F(Matching, DepthThreeTakesASimilarModelOfTheAirline)
-{
-    const auto [step, title] = match("KLM", "B739", 3);
-    EXPECT_EQ(step, 3);
-    EXPECT_EQ(titleIndex.at(title).model, "B738");
-    EXPECT_EQ(match("BAW", "A319", 3), std::make_pair(3, std::string("BAW 321")));
-}
-
-TEST_F(Matching, AHeavyNeverGetsAnotherAirlinesPaint)
-{
-    // At depth 3 no paint without airline; at depth 4 that one, and no more.
-    EXPECT_EQ(match("KLM", "A359", 3).first, 0);
-    EXPECT_EQ(match("KLM", "A359", 4), std::make_pair(4, std::string("Generic A359")));
-    EXPECT_EQ(match("KLM", "B77W", 4).first, 0) << "DLH has a B77W, KLM must not get it";
-}
-
-TEST_F(Matching, LightModelsFallThroughToAnyAirlineAndSimilarModels)
-{
-    // SR22: no paint of EZY, none without airline: any airline's passenger paint.
-    EXPECT_EQ(match("EZY", "SR22", 3), std::make_pair(5, std::string("AFR SR22")));
-    // C152: no paint at all; its similar C172 has.
-    const auto [step, title] = match("EZY", "C152", 3);
-    EXPECT_EQ(step, 6);
-    EXPECT_EQ(titleIndex.at(title).model, "C172");
-}
-
-TEST_F(Matching, ALightModelWithoutGroupDrawsAModelOfItsCategory)
-{
+    EXPECT_EQ(titlesOverSeeds("KLM", "B738", 2), (std::set<std::string>{"KLM 738 a", "KLM 738 b", "KLM 738 PH-BXA"}))
+        << "never the special title while others exist";
+    EXPECT_EQ(titlesOverSeeds("EZY", "SR22", 4), (std::set<std::string>{"AFR SR22"})) << "passengers and cargo apart";
+    EXPECT_EQ(titlesOverSeeds("EZY", "SR22", 4, true), (std::set<std::string>{"DLH SR22 cargo"}));
+    // A light model without group draws a model of its category.
     std::set<std::string> models;
     for (std::uint32_t seed = 1; seed <= seedCount; ++seed) {
         gf_seedMatching(seed);
@@ -168,45 +144,16 @@ TEST_F(Matching, ALightModelWithoutGroupDrawsAModelOfItsCategory)
         models.insert(std::string(titleIndex.at(title).model));
     }
     EXPECT_EQ(models, (std::set<std::string>{"C172", "SR22"}));
-}
-
-TEST_F(Matching, OtherSmallCategoriesDrawFromTheirOwnLists)
-{
-    EXPECT_EQ(match("EZY", "CL60", 4), std::make_pair(6, std::string("ZZZ C25C")));
-    EXPECT_EQ(match("EZY", "R44", 4), std::make_pair(6, std::string("ZZZ EC35 rescue")));
-}
-
-TEST_F(Matching, AFreighterTakesAPassengerPaintOfItsAirline)
-{
-    EXPECT_EQ(match("DLH", "B77W", 2, "", true), std::make_pair(2, std::string("DLH 77W")));
-    EXPECT_EQ(match("GEC", "B77L", 2, "", true), std::make_pair(2, std::string("GEC 77L cargo")));
-    // A passenger aircraft never takes a cargo paint.
-    EXPECT_EQ(match("GEC", "B77L", 4).first, 0);
-}
-
-TEST_F(Matching, GenericStepsKeepPassengersAndCargoApart)
-{
-    EXPECT_EQ(titlesOverSeeds("EZY", "SR22", 4), (std::set<std::string>{"AFR SR22"}));
-    EXPECT_EQ(titlesOverSeeds("EZY", "SR22", 4, true), (std::set<std::string>{"DLH SR22 cargo"}));
-}
-
-TEST_F(Matching, SpecialTitlesAreNeverDrawnWhileOthersExist)
-{
-    for (std::uint32_t seed = 1; seed <= seedCount; ++seed) {
-        gf_seedMatching(seed);
-        EXPECT_NE(match("KLM", "B738", 2).second, "KLM 738 special") << "seed " << seed;
-    }
-    // Its own registration still finds it.
-    EXPECT_EQ(match("KLM", "B738", 2, "PH-BXS").second, "KLM 738 special");
-}
-
-TEST_F(Matching, AVectorOfOnlySpecialTitlesGivesNothingAndTheStepsGoOn)
-{
-    // BAW's only A320 is special: no step 2. BAW has the model, so no similar
-    // model stands in for it at step 3; the paint without airline at step 4.
-    EXPECT_EQ(match("BAW", "A320", 2).first, 0);
-    EXPECT_EQ(match("BAW", "A320", 3).first, 0);
-    EXPECT_EQ(match("BAW", "A320", 4), std::make_pair(4, std::string("Generic A320")));
+    // A seed fixes the sequence of draws, and the draws vary.
+    const auto sequence = [] {
+        gf_seedMatching(42);
+        std::vector<std::string> titles;
+        for (int i = 0; i < 20; ++i) titles.push_back(match("KLM", "B738", 2).second);
+        return titles;
+    };
+    const auto first = sequence();
+    EXPECT_EQ(first, sequence());
+    EXPECT_GT(std::set<std::string>(first.begin(), first.end()).size(), 1U);
 }
 
 TEST_F(Matching, ARefusedTitleIsNeitherDrawnNorGiven)
@@ -222,42 +169,14 @@ TEST_F(Matching, ARefusedTitleIsNeitherDrawnNorGiven)
     EXPECT_EQ(gf_addFailedTitle("KLM 738 b"), 3U) << "a title is refused once";
 }
 
-TEST_F(Matching, AnOperatorsAirframeFallsBackOnTheOwnersPaint)
+TEST_F(Matching, SimilarTablesHoldOnlyModelsWithLiveriesInAShuffledOrder)
 {
-    // PH-EZA: KLM's airframe, flown by KLC; KLC's paint first, then KLM's.
-    EXPECT_EQ(match("KLC", "E190", 2, "PH-EZA"), std::make_pair(2, std::string("KLC E190")));
-    EXPECT_EQ(match("TRA", "E190", 2, "PH-EZA"), std::make_pair(2, std::string("KLM E190")));
-    // Without an airline a live aircraft skips these tries; a static one does not.
-    EXPECT_EQ(match("", "E190", 3, "PH-EZA").first, 0);
-    EXPECT_EQ(match("", "E190", 3, "PH-EZA", false, true), std::make_pair(2, std::string("KLM E190")));
-}
-
-TEST_F(Matching, ASeedFixesTheSequenceOfDraws)
-{
-    const auto sequence = [] {
-        gf_seedMatching(42);
-        std::vector<std::string> titles;
-        for (int i = 0; i < 20; ++i) titles.push_back(match("KLM", "B738", 2).second);
-        return titles;
-    };
-    const auto first = sequence();
-    EXPECT_EQ(first, sequence());
-    EXPECT_GT(std::set<std::string>(first.begin(), first.end()).size(), 1U) << "the draws vary";
-}
-
-TEST_F(Matching, SimilarTablesHoldOnlyModelsWithLiveries)
-{
-    ASSERT_TRUE(similarAvailable.contains("B739"));
     EXPECT_EQ(similarAvailable.at("B739"), (std::vector<std::string>{"B738"}));
     EXPECT_FALSE(similarAvailable.contains("B777")) << "no group";
     // KLM has B738 itself: only models it lacks have an entry.
     EXPECT_FALSE(similarByAirline["KLM"].contains("B738"));
     EXPECT_EQ(similarByAirline["KLM"]["B739"], (std::vector<std::string>{"B738"}));
     EXPECT_FALSE(similarByAirline.contains("ZZZ") && similarByAirline["ZZZ"].contains("C172"));
-}
-
-TEST_F(Matching, SimilarOrderIsShuffledWithTheSameMembers)
-{
     similarByAirline["KLM"]["B739"] = {"B736", "B737", "B738", "B38M"};
     std::set<std::vector<std::string>> orders;
     for (std::uint32_t seed = 1; seed <= 50; ++seed) {
@@ -271,10 +190,20 @@ TEST_F(Matching, SimilarOrderIsShuffledWithTheSameMembers)
     EXPECT_TRUE(gf_similarOfAirline("KLM", "XXXX").empty());
 }
 
-TEST(MatchingTables, AModelOfTwoGroupsTakesTheFirstTextInSortOrder)
+TEST_F(Matching, ClearingTheCatalogueEmptiesEveryViewIntoIt)
 {
-    test::TempDir temp;
-    test::LogCapture log;
+    gf_addFailedTitle("KLM 738 a");
+    liveryOfHexid[0x4840D6] = "KLM 738 b";
+    gf_clearCatalogue();
+    EXPECT_TRUE(titleIndex.empty() && specialIndex.empty() && similarAvailable.empty() && similarByAirline.empty());
+    EXPECT_FALSE(gf_isSpecialTitle("KLM 738 special"));
+    // Refusals and earlier titles own their text and outlive the catalogue.
+    EXPECT_TRUE(gf_isFailedTitle("KLM 738 a"));
+    EXPECT_EQ(liveryOfHexid.at(0x4840D6), "KLM 738 b");
+}
+
+TEST_F(Matching, AModelOfTwoGroupsTakesTheFirstTextInSortOrder)
+{
     gf_clearDbase();
     similarGroups = {{"AAA1", "MMM1"}, {"MMM1", "ZZZ1"}};
     test::gf_buildMatchingTables({{"KLM", "AAA1", "a", ""}, {"KLM", "MMM1", "m", ""}, {"DLH", "ZZZ1", "z", ""}});
@@ -285,30 +214,6 @@ TEST(MatchingTables, AModelOfTwoGroupsTakesTheFirstTextInSortOrder)
     // DLH lacks AAA1 and MMM1, and has none of the models that stand for them.
     EXPECT_FALSE(similarByAirline.contains("DLH"));
     EXPECT_EQ(similarByAirline["KLM"]["ZZZ1"], (std::vector<std::string>{"MMM1"}));
-    test::gf_clearMatchingState();
-}
-
-TEST(MatchingTables, ClearingTheCatalogueEmptiesEveryViewIntoIt)
-{
-    test::TempDir temp;
-    test::LogCapture log;
-    test::gf_loadMatchingReference();
-    test::gf_buildMatchingTables(lf_liveries());
-    lf_applyRegcodeEntries({{"KLM 738 special", {"PH-BXS"}, true}});
-    gf_addFailedTitle("KLM 738 a");
-    liveryOfHexid[0x4840D6] = "KLM 738 b";
-    ASSERT_FALSE(titleIndex.empty());
-    gf_clearCatalogue();
-    EXPECT_TRUE(titleIndex.empty());
-    EXPECT_TRUE(specialIndex.empty());
-    EXPECT_TRUE(similarAvailable.empty());
-    EXPECT_TRUE(similarByAirline.empty());
-    EXPECT_FALSE(gf_isSpecialTitle("KLM 738 special"));
-    // Refusals and earlier titles own their text and outlive the catalogue.
-    EXPECT_TRUE(gf_isFailedTitle("KLM 738 a"));
-    EXPECT_EQ(liveryOfHexid.at(0x4840D6), "KLM 738 b");
-    test::gf_clearMatchingState();
-    gf_clearDbase();
 }
 
 } // namespace
