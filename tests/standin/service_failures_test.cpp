@@ -81,7 +81,7 @@ TEST(ServiceControl, RefusesBadValuesAndReportsState)
     EXPECT_EQ(d.state.setup.station, "LFPG");
     EXPECT_EQ(d.state.setup.wrrlMs, 2500);
     d.login();
-    const auto state = d.postJson("/control/state", "");
+    const auto state = d.answer("/control/state", "");
     EXPECT_EQ(state["sessions"].size(), 1u);
     EXPECT_EQ(state["logins"], 1);
     ASSERT_EQ(d.post("/control/drop", "").httpStatus, 200);

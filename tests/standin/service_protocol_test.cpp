@@ -43,13 +43,13 @@ TEST(ServicePaces, EachClassKeepsItsPaceAndARefusedRequestCountsAsItsLast)
     ServiceDriver d;
     const std::string guid = d.login(), traffic = ServiceDriver::trafficBody(guid);
     d.now += 3;
-    EXPECT_EQ(d.postJson("/v4/traffic", traffic)["rrl"], 2000);
+    EXPECT_EQ(d.answer("/v4/traffic", traffic)["rrl"], 2000);
     // Parked traffic and weather are classes of their own.
     EXPECT_EQ(d.status("/v4/traffic", "GUID={}&top=53&bottom=52&left=4&right=5&querytype=parkedtraffic&toffset=0",
                        guid), 200);
     EXPECT_EQ(d.status("/v4/nearestmetar", "GUID={}" + kMetar, guid), 200);
     d.now += 1.999;
-    const auto early = d.postJson("/v4/traffic", traffic);
+    const auto early = d.answer("/v4/traffic", traffic);
     EXPECT_EQ(early["status"], 406);
     EXPECT_FALSE(early.contains("rrl"));
     EXPECT_EQ(d.status("/v4/weather", "GUID={}" + kWeather, guid), 406); // the pace of nearestmetar
@@ -57,12 +57,12 @@ TEST(ServicePaces, EachClassKeepsItsPaceAndARefusedRequestCountsAsItsLast)
     EXPECT_EQ(d.status("/v4/traffic", traffic), 406);
     d.now += 2.0;
     EXPECT_EQ(d.status("/v4/traffic", traffic), 200);
-    EXPECT_EQ(d.postJson("/v4/weather", "GUID=" + guid + kWeather)["wrrl"], 3000);
+    EXPECT_EQ(d.answer("/v4/weather", "GUID=" + guid + kWeather)["wrrl"], 3000);
     EXPECT_EQ(d.state.counters.paceViolations, 3u);
     // The pace enforced is the one last handed to the session.
     ASSERT_EQ(d.post("/control/set", "rrl=5000").httpStatus, 200);
     d.now += 2.0;
-    EXPECT_EQ(d.postJson("/v4/traffic", traffic)["rrl"], 5000);
+    EXPECT_EQ(d.answer("/v4/traffic", traffic)["rrl"], 5000);
     d.now += 2.5;
     EXPECT_EQ(d.status("/v4/traffic", traffic), 406);
 }

@@ -94,7 +94,7 @@ TEST(ServiceReplay, BufferedSlicesStepBackFromTheAskedTime)
     d.state.clock = ReplayClock{d.now - kT0 - 100, false}; // now shows kT0 + 100
     const std::string guid = d.login();
     d.now += 3; // kT0 + 103, minus one minute of toffset: kT0 + 43
-    const auto answer = d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid, 1) + "&buffercount=5&buffertime=6");
+    const auto answer = d.answer("/v4/traffic", ServiceDriver::trafficBody(guid, 1) + "&buffercount=5&buffertime=6");
     ASSERT_EQ(answer["status"], 200);
     const double shift = d.state.clock.shiftSeconds;
     for (int i = 0; i < 5; ++i) {
@@ -102,7 +102,7 @@ TEST(ServiceReplay, BufferedSlicesStepBackFromTheAskedTime)
         EXPECT_DOUBLE_EQ(slice.at("aaaaaa")[kLineTimestamp].get<double>(), kT0 + 43 - 6 * (i + 1) + shift) << i;
     }
     d.now += 2;
-    const auto live = d.postJson("/v4/traffic", ServiceDriver::trafficBody(guid, 1));
+    const auto live = d.answer("/v4/traffic", ServiceDriver::trafficBody(guid, 1));
     EXPECT_DOUBLE_EQ(live["data"]["aaaaaa"][kLineTimestamp].get<double>(), kT0 + 45 + shift);
     EXPECT_EQ(live["full_count"], 1);
 }

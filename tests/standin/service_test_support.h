@@ -51,16 +51,12 @@ struct ServiceDriver {
     {
         return gf_handleRequest(state, PATH, BODY, now);
     }
-    /// The answer's JSON; throws when the body is none.
-    nlohmann::json postJson(const std::string& PATH, const std::string& BODY)
-    {
-        return nlohmann::json::parse(post(PATH, BODY).body);
-    }
-    /// The answer to PATH with BODY, "{}" in it standing for GUID; and its status.
+    /// The JSON answer to PATH with BODY, "{}" in it standing for GUID; and its status.
+    /// Throws when the body is none.
     nlohmann::json answer(const std::string& PATH, std::string BODY, const std::string& GUID = "")
     {
         if (const auto at = BODY.find("{}"); at != std::string::npos) BODY.replace(at, 2, GUID);
-        return postJson(PATH, BODY);
+        return nlohmann::json::parse(post(PATH, BODY).body);
     }
     nlohmann::json status(const std::string& PATH, const std::string& BODY, const std::string& GUID = "")
     {
@@ -69,9 +65,9 @@ struct ServiceDriver {
     /// Logs in and gives the GUID.
     std::string login(const std::string& LICENCE = "KEY1")
     {
-        const auto answer = postJson("/v4/auth", "license=" + LICENCE + "&software=TAVO_10.9.3");
-        EXPECT_EQ(answer.value("status", 0), 200) << answer.dump();
-        return answer.value("GUID", std::string{});
+        const auto reply = answer("/v4/auth", "license=" + LICENCE + "&software=TAVO_10.9.3");
+        EXPECT_EQ(reply.value("status", 0), 200) << reply.dump();
+        return reply.value("GUID", std::string{});
     }
     static std::string trafficBody(const std::string& GUID, int TOFFSET = 0)
     {

@@ -1,5 +1,5 @@
 // The stand-in client library against a real tavo-sim process: the stand-in's own contract, where TAVO's link
-// tests (tests/sim) do not already show it: pause, by-type replies and the recording, refusals and their
+// tests (tests/sim) do not already show it: pause, by-type replies and the recording, bad calls and their
 // exceptions, the control actions, a scenario, the ends of a connection, and the C boundary that a dispatch
 // function cannot throw through.
 #include "sim/simconnect_api.h"
@@ -168,26 +168,6 @@ TEST_F(SimClient, ByTypeRepliesComeForTheAircraftWithinTheRadiusAndTheRecordingR
         EXPECT_GE(l["t"].get<double>(), last);
         last = l["t"];
     }
-}
-
-TEST_F(SimClient, RefusedCreationsGetTheirExceptionsByPacketIdAndAreRecorded)
-{
-    writeFile(dir / "titles.txt", "Airbus A320 Known\n");
-    start({"--titles", (dir / "titles.txt").string(), "--max-objects", "1"});
-    const DWORD good = client.create("Airbus A320 Known", "OK1");
-    const DWORD unknown = client.create("Airbus A320 Unknown", "BAD1");
-    const DWORD full = client.create("Airbus A320 Known", "FULL1");
-    ASSERT_TRUE(client.until([&] { return client.refused(full, SIMCONNECT_EXCEPTION_CREATE_OBJECT_FAILED); }));
-    EXPECT_FALSE(client.refused(good, SIMCONNECT_EXCEPTION_CREATE_OBJECT_FAILED));
-    EXPECT_TRUE(client.refused(unknown, SIMCONNECT_EXCEPTION_CREATE_OBJECT_FAILED));
-    EXPECT_TRUE(client.refused(full, SIMCONNECT_EXCEPTION_TOO_MANY_OBJECTS));
-    const auto failed = linesOf(sim->recording(), "create_failed");
-    ASSERT_EQ(failed.size(), 2u);
-    EXPECT_EQ(failed[0]["tail"], "BAD1");
-    EXPECT_EQ(failed[0]["reason"], "unknown title");
-    EXPECT_EQ(failed[0]["exception"], 22);
-    EXPECT_EQ(failed[1]["reason"], "too many objects");
-    EXPECT_TRUE(client.until([&] { return client.events(kEvAdded).size() == 1; }));
 }
 
 TEST_F(SimClient, BadCallsComeBackAsExceptionsWithTheirPacketIds)
