@@ -9,26 +9,29 @@
 namespace orv {
 namespace {
 
-/// Little endian UTF-16 bytes of the given units.
-std::string lf_le(const std::u16string& UNITS)
+/// UTF-16 bytes of the given units, big endian when BIG.
+std::string lf_utf16(const std::u16string& UNITS, bool BIG = false)
 {
     std::string bytes;
     for (const char16_t unit : UNITS) {
-        bytes += static_cast<char>(unit & 0xFF);
-        bytes += static_cast<char>(unit >> 8);
+        const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+        bytes += BIG ? high : low;
+        bytes += BIG ? low : high;
     }
     return bytes;
 }
 
-/// Big endian UTF-16 bytes of the given units.
-std::string lf_be(const std::u16string& UNITS)
+/// Expects CONVERT to refuse with CODE and a message holding PIECE.
+template <typename F>
+void lf_expectRefused(F&& CONVERT, int CODE, const std::string& PIECE, const std::string& NAME)
 {
-    std::string bytes;
-    for (const char16_t unit : UNITS) {
-        bytes += static_cast<char>(unit >> 8);
-        bytes += static_cast<char>(unit & 0xFF);
+    try {
+        CONVERT();
+        ADD_FAILURE() << NAME << ": converted";
+    } catch (const Utf8ConversionException& e) {
+        EXPECT_EQ(e.code, CODE) << NAME;
+        EXPECT_NE(std::string(e.what()).find(PIECE), std::string::npos) << NAME << ": " << e.what();
     }
-    return bytes;
 }
 
 TEST(Utf16ToUtf8, InvalidUnitsAreRefusedWithTheirCode)
@@ -41,26 +44,19 @@ TEST(Utf16ToUtf8, InvalidUnitsAreRefusedWithTheirCode)
         const char* message; ///< a piece of the exception's text
     };
     const Case cases[] = {
-        {"high surrogate at the end", lf_le(u"AB\xD800"), false, 1, "D800"},
-        {"high surrogate then high", lf_le({0xD800, 0xDBFF, u'A'}), false, 1, "DBFF"},
-        {"high surrogate then letter", lf_le({0xD834, u'A'}), false, 2, "0041"},
-        {"high surrogate then letter, BE", lf_be({0xFEFF, 0xD834, u'A'}), true, 2, "0041"},
-        {"lone low surrogate", lf_le({u'A', 0xDC00, u'B'}), false, 3, "DC00"},
-        {"low before high", lf_le(u"\xDD1E\xD834"), false, 3, "DD1E"},
-        {"lone low surrogate, BE", lf_be(u"\xDFFF"), true, 3, "DFFF"},
-        {"odd byte count", lf_le(u"AB") + 'C', false, 4, "(5)"},
+        {"high surrogate at the end", lf_utf16(u"AB\xD800"), false, 1, "D800"},
+        {"high surrogate then high", lf_utf16({0xD800, 0xDBFF, u'A'}), false, 1, "DBFF"},
+        {"high surrogate then letter", lf_utf16({0xD834, u'A'}), false, 2, "0041"},
+        {"high surrogate then letter, BE", lf_utf16({0xFEFF, 0xD834, u'A'}, true), true, 2, "0041"},
+        {"lone low surrogate", lf_utf16({u'A', 0xDC00, u'B'}), false, 3, "DC00"},
+        {"low before high", lf_utf16(u"\xDD1E\xD834"), false, 3, "DD1E"},
+        {"lone low surrogate, BE", lf_utf16(u"\xDFFF", true), true, 3, "DFFF"},
+        {"odd byte count", lf_utf16(u"AB") + 'C', false, 4, "(5)"},
         {"odd byte count after mark", std::string("\xFF\xFE\x41", 3), false, 4, "(3)"},
         {"single byte", std::string("\x41", 1), true, 4, "(1)"},
     };
-    for (const Case& c : cases) {
-        try {
-            const auto text = gf_utf16ToUtf8(c.bytes, c.bigEndian);
-            ADD_FAILURE() << c.name << ": converted to \"" << text << "\"";
-        } catch (const Utf8ConversionException& e) {
-            EXPECT_EQ(e.code, c.code) << c.name;
-            EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << c.name << ": " << e.what();
-        }
-    }
+    for (const Case& c : cases)
+        lf_expectRefused([&] { return gf_utf16ToUtf8(c.bytes, c.bigEndian); }, c.code, c.message, c.name);
 }
 
 TEST(Utf16ToUtf8, EdgesOfTheValidRange)
@@ -81,10 +77,8 @@ TEST(Utf16ToUtf8, EdgesOfTheValidRange)
         {"first pair", u"\xD800\xDC00", "\xF0\x90\x80\x80"},
         {"last pair", u"\xDBFF\xDFFF", "\xF4\x8F\xBF\xBF"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(gf_utf16ToUtf8(lf_le(c.units), false), c.utf8) << c.name;
-        EXPECT_EQ(gf_utf16ToUtf8(lf_be(c.units), true), c.utf8) << c.name;
-    }
+    for (const Case& c : cases)
+        for (const bool big : {false, true}) EXPECT_EQ(gf_utf16ToUtf8(lf_utf16(c.units, big), big), c.utf8) << c.name;
 }
 
 TEST(Utf8ToWide, InvalidSequencesAreRefusedWithTheirPosition)
@@ -109,15 +103,7 @@ TEST(Utf8ToWide, InvalidSequencesAreRefusedWithTheirPosition)
         {"cut four-byte sequence", "abc\xF0\x9D\x84", "byte 3"},
         {"ASCII in place of a continuation", "\xC3(", "byte 0"},
     };
-    for (const Case& c : cases) {
-        try {
-            const auto wide = gf_utf8ToWide(c.bytes);
-            ADD_FAILURE() << c.name << ": converted to " << wide.size() << " characters";
-        } catch (const Utf8ConversionException& e) {
-            EXPECT_EQ(e.code, 1113) << c.name;
-            EXPECT_NE(std::string(e.what()).find(c.at), std::string::npos) << c.name << ": " << e.what();
-        }
-    }
+    for (const Case& c : cases) lf_expectRefused([&] { return gf_utf8ToWide(c.bytes); }, 1113, c.at, c.name);
 }
 
 TEST(WideToUtf8, CodePointsOutsideUnicodeAreRefused)
