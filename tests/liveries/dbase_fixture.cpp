@@ -96,10 +96,12 @@ void LiveriesTest::SetUp()
     lf_makeFolders();
     loadDbase(PlainDbase{});
     lf_clearScanLists();
+    reset();
 }
 
 void LiveriesTest::TearDown()
 {
+    reset();
     lf_clearScanLists();
     gf_clearDbase();
     gf_resetParameters();

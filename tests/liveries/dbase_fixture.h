@@ -96,6 +96,8 @@ class LiveriesTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+    /// What a kind of test sets back before and after each test.
+    virtual void reset() {}
     TempDir temp;
     LogCapture log;
 };

@@ -233,17 +233,10 @@ TEST(DbaseCodes, RegistrationVariantsAndAirlinesFromCallsigns)
 
 class UserAircraft : public test::LiveriesTest {
 protected:
-    void SetUp() override
-    {
-        LiveriesTest::SetUp();
-        gf_resetUserAircraft();
-        gf_clearStatus();
-    }
-    void TearDown() override
+    void reset() override
     {
         gf_resetUserAircraft();
         gf_clearStatus();
-        LiveriesTest::TearDown();
     }
 };
 

@@ -77,11 +77,7 @@ protected:
         lf_applyRegcodeEntries({{"KLM 738 special", {"PH-BXS"}, true}, {"BAW 320 special", {"G-EUYS"}, true}});
         gf_seedMatching(1);
     }
-    void TearDown() override
-    {
-        test::gf_clearMatchingState();
-        LiveriesTest::TearDown();
-    }
+    void reset() override { test::gf_clearMatchingState(); }
 
     /// The step and title of one match.
     static std::pair<int, std::string> match(std::string_view AIRLINE, std::string_view MODEL, int DEPTH,

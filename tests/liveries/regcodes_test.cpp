@@ -111,13 +111,11 @@ protected:
     {
         LiveriesTest::SetUp();
         test::gf_loadMatchingReference();
-        offlineReport.clear();
     }
-    void TearDown() override
+    void reset() override
     {
         test::gf_clearMatchingState();
         offlineReport.clear();
-        LiveriesTest::TearDown();
     }
     static std::string titleOf(const std::string& REG)
     {

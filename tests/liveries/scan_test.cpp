@@ -46,30 +46,23 @@ std::vector<std::string> titles(const std::vector<LiveryData>& LIST, bool SORTED
     return out;
 }
 
-void resetScanState()
-{
-    lf_clearScanLists();
-    liveryList.clear();
-    gf_clearCatalogue();
-    liveriesProcessed = false;
-    liveryCount = 0;
-    scanTaskLimit = 2;
-    exitInProgress = false;
-    userClosed = false;
-}
-
 class Scan : public test::LiveriesTest {
 protected:
     void SetUp() override
     {
         LiveriesTest::SetUp();
-        resetScanState();
         LIG_AUTOMATIC.value = false;
     }
-    void TearDown() override
+    void reset() override
     {
-        resetScanState();
-        LiveriesTest::TearDown();
+        lf_clearScanLists();
+        liveryList.clear();
+        gf_clearCatalogue();
+        liveriesProcessed = false;
+        liveryCount = 0;
+        scanTaskLimit = 2;
+        exitInProgress = false;
+        userClosed = false;
     }
     /// Liveries found by walking FOLDER, as the driver's walk gives them.
     static std::vector<LiveryData> walk(const fs::path& FOLDER)
@@ -315,7 +308,7 @@ TEST_F(ScanDriver, ASecondScanRemovesOldSideFilesAndCanPrioritizeAndAStoppedScan
     gf_scanLiveries(true);
     ASSERT_TRUE(fs::exists("output/errors/InvalidAirlineCodes.txt"));
     fs::remove("lib1/bad/aircraft.cfg");
-    resetScanState();
+    reset();
     LIG_PRIORITIZE.value = true;
     gf_scanLiveries(true);
     EXPECT_FALSE(fs::exists("output/errors/InvalidAirlineCodes.txt"));
@@ -327,7 +320,7 @@ TEST_F(ScanDriver, ASecondScanRemovesOldSideFilesAndCanPrioritizeAndAStoppedScan
     EXPECT_EQ(klm738, (std::vector<std::string>{"KLM 1", "KLM 2"})) << "the first folder's only";
     EXPECT_EQ(liveryList.size(), 8u) << "KLM B739 of the second folder stays";
     fs::remove(gf_scannedPath());
-    resetScanState();
+    reset();
     SCAN_LIVERIES.value = true;
     exitInProgress = true;
     gf_scanLiveries(true);
