@@ -5,6 +5,6 @@ add_library(sim_testsupport STATIC ${CMAKE_CURRENT_LIST_DIR}/sim_process.cpp)
 target_link_libraries(sim_testsupport PUBLIC tavo_testsupport nlohmann_json::nlohmann_json PkgConfig::HTTPLIB)
 if(TARGET tavo_simstandin AND TARGET tavo_simconnect)
   tavo_test(tavo_simstandin_tests SOURCES ${CMAKE_CURRENT_LIST_DIR}/sim_standin_units_test.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/sim_client_test.cpp LIBS tavo_simstandin tavo_simconnect sim_testsupport)
+    ${CMAKE_CURRENT_LIST_DIR}/sim_client_test.cpp LIBS tavo_simstandin tavo_simconnect sim_testsupport THREADS)
   add_dependencies(tavo_simstandin_tests tavo-sim)
 endif()
