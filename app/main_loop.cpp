@@ -16,6 +16,7 @@
 #include "traffic/engine.h"
 #include "traffic/creation.h"
 #include "traffic/engine_parts.h"
+#include "ui/traffic_view.h"
 #include "ui/window.h"
 
 #include <fmt/format.h>
@@ -177,6 +178,12 @@ bool lf_tick()
         return true;
     }
     lf_engineTick();
+    // The traffic page's picture, a few times a second, from the records this thread owns.
+    static std::int32_t passesSincePublish = 0;
+    if (++passesSincePublish >= publishEveryPasses) {
+        passesSincePublish = 0;
+        gf_publishTraffic();
+    }
     bool expected = true;
     if (!secondDataReady.compare_exchange_strong(expected, false)) return true;
     lf_secondWork();

@@ -16,6 +16,7 @@
 #include "sim/sim_link.h"
 #include "traffic/engine.h"
 #include "traffic/engine_parts.h"
+#include "ui/traffic_view.h"
 
 #include <fmt/format.h>
 
@@ -106,6 +107,7 @@ void lf_resetForRestart(std::int32_t REASON)
     gf_deriveRange();
     gf_clearSimQueues();
     lf_clearEngine();
+    gf_publishTraffic(); // the traffic page empties with the lists
     gf_resetWindowFields();
 }
 

@@ -1,5 +1,6 @@
 // The log file, the message area's two texts, and the time texts.
 #include "core/log.h"
+#include "core/recent_log.h"
 
 #include "core/errors.h"
 #include "core/flags.h"
@@ -7,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 
@@ -20,9 +22,26 @@ std::string errorText;
 std::mutex statusMutex;
 std::atomic<std::uint32_t> statusGeneration{0};
 
+namespace {
+
+/// The recent lines, a ring of recentLogLines; guarded by logMutex.
+std::vector<std::string> recentLines(recentLogLines);
+std::uint64_t nextLineNumber = 1; ///< guarded by logMutex
+
+void lf_keepRecent(std::string_view HEAD, std::string_view TEXT)
+{
+    std::string& slot = recentLines[nextLineNumber % recentLogLines];
+    slot.assign(HEAD);
+    slot.append(TEXT);
+    ++nextLineNumber;
+}
+
+} // namespace
+
 void gf_log(std::string_view TEXT)
 {
     std::lock_guard lock(logMutex);
+    lf_keepRecent({}, TEXT);
     if (!logStream.is_open()) return;
     logStream << TEXT << std::endl;
 }
@@ -30,8 +49,17 @@ void gf_log(std::string_view TEXT)
 void gf_logWarning(std::string_view TEXT)
 {
     std::lock_guard lock(logMutex);
+    lf_keepRecent("===> ", TEXT);
     if (!logStream.is_open()) return;
     logStream << "===> " << TEXT << std::endl;
+}
+
+std::uint64_t gf_recentLogLines(std::uint64_t FROM, std::vector<std::string>& OUT)
+{
+    std::lock_guard lock(logMutex);
+    const std::uint64_t oldest = nextLineNumber > recentLogLines ? nextLineNumber - recentLogLines : 1;
+    for (std::uint64_t n = std::max(FROM, oldest); n < nextLineNumber; ++n) OUT.push_back(recentLines[n % recentLogLines]);
+    return nextLineNumber;
 }
 
 void gf_showStatus(const std::string& TEXT, bool LOG)

@@ -50,6 +50,7 @@ struct ActCore {
     double maxAltRate = 0;    ///< feet per tick
     double pushSpeed = 0;     ///< knots
     std::string livery;       ///< the livery title; empty until matched
+    std::int32_t matchStep = 0; ///< the matching step that chose it; 0 none yet, -1 kept from earlier in the run
     std::uint32_t hexid = 0;
     std::int32_t flareTicks = 0, touchdownTicks = 0, rotateTicks = 0, climbTicks = 0;
     bool cargo = false;

@@ -59,6 +59,7 @@ void gf_matchLivery(act& RECORD)
         return;
     }
     lf_takeTitle(RECORD, query.livery);
+    RECORD.matchStep = step;
     ++matchSteps[static_cast<std::size_t>(step - 1)];
     if (LOG.value) gf_log(fmt::format("          {} ={}= {}", gf_actText(RECORD), step, RECORD.livery));
 }
@@ -70,6 +71,7 @@ bool lf_findLivery(act& RECORD)
         // A refused title, or one that is no longer installed, is forgotten.
         if (!gf_isFailedTitle(earlier->second) && gf_findTitle(earlier->second) != nullptr) {
             lf_takeTitle(RECORD, earlier->second);
+            RECORD.matchStep = -1;
             if (LOG.value) gf_log(fmt::format("          {} =again= {}", gf_actText(RECORD), RECORD.livery));
             return true;
         }
@@ -93,6 +95,7 @@ bool gf_matchStaticLivery(ActCore& RECORD, std::string_view STAND_NAME, bool STA
     const int step = gf_matchSteps(query, MATCHING_DEPTH.value, true);
     if (step != 0) {
         RECORD.livery.assign(query.livery);
+        RECORD.matchStep = step;
         if (LOG.value) gf_log(fmt::format("          {} ={}= {}", gf_actText(RECORD), step, RECORD.livery));
         return true;
     }

@@ -6,7 +6,7 @@
 
 namespace orv {
 
-/// "window.html", "window.js" or "window.css"; empty for any other name.
+/// "window.html", "traffic.js" and the like; empty for any other name.
 std::string_view gf_pageFile(std::string_view NAME);
 
 } // namespace orv

@@ -7,15 +7,18 @@
 
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/window_state.h"
 #include "ui/band_json.h"
 #include "ui/commands.h"
 #include "ui/page_files.h"
+#include "ui/traffic_view.h"
 
 #include <fmt/format.h>
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -26,9 +29,13 @@ namespace orv {
 
 namespace {
 
-constexpr auto bandPeriod = std::chrono::milliseconds(100);
+/// A stream looks for news this often; the bands are painted again only when
+/// a repaint was asked for or a status changed, and at least every half second.
+constexpr auto pollPeriod = std::chrono::milliseconds(20);
+constexpr auto fullPaintPeriod = std::chrono::milliseconds(500);
 constexpr auto keepAlivePeriod = std::chrono::seconds(15);
 constexpr int reconnectMs = 1000;
+constexpr std::size_t serverThreads = 16;
 constexpr int forbidden = 403, notAllowed = 405, conflict = 409, badRequest = 400, unsupportedType = 415;
 
 struct WindowServer {
@@ -38,6 +45,9 @@ struct WindowServer {
     std::string token;    ///< in the page and nowhere else
     std::string instance; ///< tells an open page that a new process answers
     std::atomic<bool> stopping{false};
+    std::mutex trafficTextMutex;          ///< the two below; a leaf lock
+    std::uint64_t trafficTextNumber = 0;  ///< the snapshot that trafficText shows
+    std::string trafficText;              ///< serialised once, shared by every open traffic page
 };
 
 std::mutex serverMutex; ///< the pointer below; a leaf lock
@@ -115,40 +125,117 @@ void lf_command(WindowServer& S, const httplib::Request& REQ, httplib::Response&
 
 std::string lf_event(const char* NAME, const std::string& DATA) { return fmt::format("event: {}\ndata: {}\n\n", NAME, DATA); }
 
+/// What a band stream has seen: the bands' pictures and the change counters.
+struct BandStream {
+    std::map<Band, std::string> sent;
+    std::uint64_t generation = ~0ull;
+    std::chrono::steady_clock::time_point painted, quietSince = std::chrono::steady_clock::now();
+};
+
+std::uint64_t lf_windowGeneration()
+{
+    return (static_cast<std::uint64_t>(windowGeneration.load()) << 32) | statusGeneration.load();
+}
+
+std::string lf_greeting(const WindowServer& S)
+{
+    return fmt::format("retry: {}\n\n", reconnectMs) + lf_event("hello", nlohmann::json{{"instance", S.instance}}.dump());
+}
+
+/// Writes OUT, or a keep-alive line after a long quiet; false when the page has gone.
+bool lf_write(httplib::DataSink& SINK, std::string& OUT, std::chrono::steady_clock::time_point& QUIET_SINCE)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (OUT.empty() && now - QUIET_SINCE >= keepAlivePeriod) OUT = ": still here\n\n";
+    if (OUT.empty()) return true;
+    QUIET_SINCE = now;
+    return SINK.write(OUT.data(), OUT.size());
+}
+
 /// One page's stream: a greeting, then each band whenever its picture changed.
 void lf_events(WindowServer& S, httplib::Response& RES)
 {
-    auto sent = std::make_shared<std::map<Band, std::string>>();
-    auto quietSince = std::make_shared<std::chrono::steady_clock::time_point>(std::chrono::steady_clock::now());
+    auto stream = std::make_shared<BandStream>();
     RES.set_header("Cache-Control", "no-store");
-    RES.set_chunked_content_provider("text/event-stream", [&S, sent, quietSince](std::size_t, httplib::DataSink& SINK) {
+    RES.set_chunked_content_provider("text/event-stream", [&S, stream](std::size_t, httplib::DataSink& SINK) {
         std::string out;
-        if (sent->empty()) {
-            out = fmt::format("retry: {}\n\n", reconnectMs) + lf_event("hello", nlohmann::json{{"instance", S.instance}}.dump());
-        } else {
-            std::this_thread::sleep_for(bandPeriod);
-        }
+        if (stream->sent.empty()) out = lf_greeting(S);
+        else std::this_thread::sleep_for(pollPeriod);
         if (S.stopping) {
             SINK.done();
             return true;
         }
-        for (Band band : allBands) {
-            std::string json = gf_bandJson(band);
-            if ((*sent)[band] == json) continue;
-            out += lf_event("band", json);
-            (*sent)[band] = std::move(json);
-        }
         const auto now = std::chrono::steady_clock::now();
-        if (out.empty() && now - *quietSince >= keepAlivePeriod) out = ": still here\n\n";
-        if (out.empty()) return true;
-        *quietSince = now;
-        return SINK.write(out.data(), out.size());
+        const std::uint64_t generation = lf_windowGeneration();
+        if (generation != stream->generation || now - stream->painted >= fullPaintPeriod) {
+            stream->generation = generation;
+            stream->painted = now;
+            for (Band band : allBands) {
+                std::string json = gf_bandJson(band);
+                if (stream->sent[band] == json) continue;
+                out += lf_event("band", json);
+                stream->sent[band] = std::move(json);
+            }
+        }
+        return lf_write(SINK, out, stream->quietSince);
     });
 }
 
-std::string lf_page(const WindowServer& S)
+/// The latest snapshot's text, serialised by the first page that asks for it.
+std::pair<std::uint64_t, std::string> lf_trafficText(WindowServer& S)
 {
-    std::string page(gf_pageFile("window.html"));
+    const auto snapshot = gf_trafficSnapshot();
+    std::lock_guard lock(S.trafficTextMutex);
+    if (S.trafficTextNumber != snapshot->number || S.trafficText.empty()) {
+        S.trafficText = gf_trafficJson(*snapshot);
+        S.trafficTextNumber = snapshot->number;
+    }
+    return {S.trafficTextNumber, S.trafficText};
+}
+
+/// The traffic page's stream: a greeting, then each new snapshot.
+void lf_trafficEvents(WindowServer& S, httplib::Response& RES)
+{
+    struct Seen {
+        bool greeted = false;
+        std::uint64_t number = ~0ull;
+        std::chrono::steady_clock::time_point quietSince = std::chrono::steady_clock::now();
+    };
+    auto seen = std::make_shared<Seen>();
+    RES.set_header("Cache-Control", "no-store");
+    RES.set_chunked_content_provider("text/event-stream", [&S, seen](std::size_t, httplib::DataSink& SINK) {
+        std::string out;
+        if (!seen->greeted) out = lf_greeting(S);
+        else std::this_thread::sleep_for(pollPeriod);
+        seen->greeted = true;
+        if (S.stopping) {
+            SINK.done();
+            return true;
+        }
+        if (gf_trafficSnapshot()->number != seen->number) {
+            auto [number, text] = lf_trafficText(S);
+            seen->number = number;
+            out += lf_event("traffic", text);
+        }
+        return lf_write(SINK, out, seen->quietSince);
+    });
+}
+
+void lf_story(const httplib::Request& REQ, httplib::Response& RES)
+{
+    const std::string hex = REQ.get_param_value("hex");
+    std::uint32_t hexid = 0;
+    const auto [end, error] = std::from_chars(hex.data(), hex.data() + hex.size(), hexid, 16);
+    if (hex.empty() || error != std::errc() || end != hex.data() + hex.size()) {
+        lf_refuse(RES, badRequest, "no aircraft");
+        return;
+    }
+    RES.set_content(gf_storyJson(hexid), "application/json");
+}
+
+std::string lf_page(const WindowServer& S, std::string_view NAME)
+{
+    std::string page(gf_pageFile(NAME));
     for (const auto& [mark, value] : {std::pair{std::string("{{TOKEN}}"), S.token}, std::pair{std::string("{{INSTANCE}}"), S.instance}})
         for (std::size_t at = page.find(mark); at != std::string::npos; at = page.find(mark)) page.replace(at, mark.size(), value);
     return page;
@@ -168,14 +255,23 @@ void lf_routes(WindowServer& S)
                            {"Cache-Control", "no-store"},
                            {"Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'; form-action 'none'; "
                                                        "base-uri 'none'; object-src 'none'"}});
-    h.Get("/", [&S](const httplib::Request&, httplib::Response& RES) { RES.set_content(lf_page(S), "text/html; charset=utf-8"); });
-    h.Get("/window.js", [](const httplib::Request&, httplib::Response& RES) {
-        RES.set_content(std::string(gf_pageFile("window.js")), "text/javascript; charset=utf-8");
+    h.Get("/", [&S](const httplib::Request&, httplib::Response& RES) {
+        RES.set_content(lf_page(S, "window.html"), "text/html; charset=utf-8");
     });
-    h.Get("/window.css", [](const httplib::Request&, httplib::Response& RES) {
-        RES.set_content(std::string(gf_pageFile("window.css")), "text/css; charset=utf-8");
+    h.Get("/traffic", [&S](const httplib::Request&, httplib::Response& RES) {
+        RES.set_content(lf_page(S, "traffic.html"), "text/html; charset=utf-8");
     });
+    for (const char* name : {"window.js", "traffic.js"})
+        h.Get(fmt::format("/{}", name), [name](const httplib::Request&, httplib::Response& RES) {
+            RES.set_content(std::string(gf_pageFile(name)), "text/javascript; charset=utf-8");
+        });
+    for (const char* name : {"window.css", "traffic.css"})
+        h.Get(fmt::format("/{}", name), [name](const httplib::Request&, httplib::Response& RES) {
+            RES.set_content(std::string(gf_pageFile(name)), "text/css; charset=utf-8");
+        });
     h.Get("/events", [&S](const httplib::Request&, httplib::Response& RES) { lf_events(S, RES); });
+    h.Get("/traffic/events", [&S](const httplib::Request&, httplib::Response& RES) { lf_trafficEvents(S, RES); });
+    h.Get("/traffic/story", [](const httplib::Request& REQ, httplib::Response& RES) { lf_story(REQ, RES); });
     h.Post("/api/command", [&S](const httplib::Request& REQ, httplib::Response& RES) { lf_command(S, REQ, RES); });
     const auto onlyPost = [](const httplib::Request&, httplib::Response& RES) {
         RES.set_header("Allow", "POST");
@@ -197,6 +293,8 @@ bool gf_openWindow()
     s->token = lf_randomHex(16);
     s->instance = lf_randomHex(8);
     s->http.set_keep_alive_timeout(1);
+    // Each open page holds one worker for its stream: room for a few pages and their requests.
+    s->http.new_task_queue = [] { return new httplib::ThreadPool(serverThreads); };
     lf_routes(*s);
     const int wanted = WINDOW_PORT.value;
     s->port = wanted == 0 ? s->http.bind_to_any_port("127.0.0.1") : (s->http.bind_to_port("127.0.0.1", wanted) ? wanted : -1);
