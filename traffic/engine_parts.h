@@ -39,8 +39,11 @@ void lf_collisionUserGround();
 bool lf_collisionUserAir(act& RECORD);
 /// Writes Callsign2ObjectId.txt.
 void gf_writeCallsignObjectIds();
-/// The window's object id lookup of CALLSIGN_2_OBJECTID.
+/// The window's object id lookup of CALLSIGN_2_OBJECTID: the live aircraft in
+/// the simulator with that callsign becomes selectedObject and its id is shown.
 void gf_objectIdLookup();
+/// The simulator object the user looked up by callsign; 0 for none. Main thread.
+extern std::uint32_t selectedObject;
 /// The set of recent removals that the window keeps, emptied each 30 seconds.
 void gf_clearRecentRemovals();
 /// The unmatched-livery report, and the table of unmatched flights.

@@ -86,11 +86,12 @@ std::optional<T> lf_number(const std::string& TEXT, const char* WHERE)
 
 void lf_objectIdBox(const std::string& TEXT)
 {
+    // The main thread reads the callsign for its lookup: it changes whole, under its lock.
     if (!TEXT.empty()) {
-        CALLSIGN_2_OBJECTID.value = lf_upper(TEXT);
+        gf_setText(CALLSIGN_2_OBJECTID, lf_upper(TEXT));
         objectIdLookupRequested = true;
     } else if (!CALLSIGN_2_OBJECTID.value.empty()) {
-        CALLSIGN_2_OBJECTID.value.clear();
+        gf_setText(CALLSIGN_2_OBJECTID, {});
         gf_setObjectIdText({});
     }
 }

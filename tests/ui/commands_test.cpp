@@ -6,7 +6,10 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "parking/airport_db.h"
+#include "core/window_state.h"
 #include "tests/support/temp_dir.h"
+#include "traffic/engine.h"
+#include "traffic/engine_parts.h"
 #include "ui/commands.h"
 
 #include <gtest/gtest.h>
@@ -198,6 +201,29 @@ TEST_F(CommandsTest, EnterAnswersWhatTheBoxShows)
     EXPECT_FALSE(noLiveryResetRequested);
     EXPECT_FALSE(gf_enter("LOG", "1")) << "a checkbox takes no text";
     MATCHING_DEPTH.enabled = false;
+}
+
+TEST_F(CommandsTest, ObjectIdLookupOfACallsignInTheSimulator)
+{
+    CALLSIGN_2_OBJECTID.enabled = true;
+    objectIdLookupRequested = false;
+    EXPECT_EQ(gf_enter("CALLSIGN_2_OBJECTID", "klm1234"), "KLM1234");
+    EXPECT_TRUE(objectIdLookupRequested.exchange(false));
+    act& record = liveList.emplace_back();
+    record.callsign = "KLM1234";
+    record.state = ActState::creating;
+    gf_objectIdLookup();
+    EXPECT_EQ(shown(), "callsign \"KLM1234\" is unknown") << "not in the simulator yet";
+    EXPECT_EQ(gf_objectIdText(), "");
+    record.state = ActState::active;
+    record.objectId = 42;
+    gf_objectIdLookup();
+    EXPECT_EQ(gf_objectIdText(), "= 42");
+    EXPECT_EQ(selectedObject, 42u);
+    EXPECT_EQ(gf_enter("CALLSIGN_2_OBJECTID", ""), "");
+    EXPECT_EQ(gf_objectIdText(), "") << "an emptied box empties the text";
+    liveList.clear();
+    CALLSIGN_2_OBJECTID.enabled = false;
 }
 
 } // namespace
