@@ -6,6 +6,7 @@
 // aircraft flies out of sight of it.
 #include "parking/parking.h"
 
+#include "core/flags.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/user_position.h"
@@ -28,6 +29,9 @@ LatLon parkPosition;
 
 void gf_userAirportCheck(bool FIRST)
 {
+    // The end of a parking run: no static aircraft wait for their creation
+    // here, so the frozen parking controls (and the re-read) are free again.
+    if (parkBusy) parkBusy = false;
     if (FIRST && parkSet) {
         // A new session looks again from where the user stands now.
         parkSet = false;
