@@ -84,13 +84,48 @@ export class World {
     return child;
   }
 
-  startService() {
-    this.service = this.start('tavo-service', ['--port', String(this.servicePort), '--downloads', path.join(this.dir, 'downloads')]);
+  /// The traffic service, answering when it listens; with TRAFFIC, the demo's generated traffic
+  /// round Schiphol, twelve minutes in.
+  async startService({ traffic = false } = {}) {
+    const args = ['--port', String(this.servicePort), '--downloads', path.join(this.dir, 'downloads')];
+    if (traffic) {
+      const file = path.join(this.dir, 'traffic.jsonl');
+      const now = Math.floor(Date.now() / 1000);
+      execFileSync(path.join(build, 'tavo-service'), ['--generate', file, '--airport', 'EHAM',
+        '--runway', '52.3626,4.7118,52.3288,4.7112', '--elevation', '-11',
+        '--stand', 'D2,52.3093,4.7628,230', '--stand', 'D4,52.3099,4.7618,230', '--stand', 'E2,52.3078,4.7663,140',
+        '--start', String(now), '--minutes', '30', '--seed', '7'], { stdio: 'ignore' });
+      args.push('--traffic', file, '--replay-start', String(now - 720));
+    }
+    this.service = this.start('tavo-service', args);
+    // TAVO fetches its reference data from the service at once: it must listen first.
+    await until(() => new Promise((resolve) => {
+      const probe = net.connect(this.servicePort, '127.0.0.1', () => { probe.end(); resolve(true); });
+      probe.on('error', () => resolve(false));
+    }), 'the traffic service listening');
   }
 
-  startSim() {
+  startSim({ paused = false } = {}) {
     this.sim = this.start('tavo-sim', ['--port', String(this.simPort), '--view-port', String(this.viewPort),
-                                       '--user', '52.3117,4.7588,0,230']);
+                                       '--user', '52.3117,4.7588,0,230', ...(paused ? ['--paused'] : [])]);
+  }
+
+  /// A control action of the simulator (pause, run, teleport ...); answers its state.
+  async simControl(action, params = {}) {
+    const query = new URLSearchParams(params).toString();
+    const answer = await fetch(`http://127.0.0.1:${this.viewPort}/api/${action}${query ? '?' + query : ''}`, { method: 'POST' });
+    return answer.json();
+  }
+
+  /// The simulator's state: the user and every AI object (GET /api/state).
+  async simState() {
+    return (await fetch(`http://127.0.0.1:${this.viewPort}/api/state`)).json();
+  }
+
+  /// TAVO's processor time so far, seconds (user and system).
+  tavoCpuSeconds() {
+    const fields = fs.readFileSync(`/proc/${this.tavo.pid}/stat`, 'utf8').split(') ')[1].split(' ');
+    return (Number(fields[11]) + Number(fields[12])) / 100; // clock ticks of 10 ms
   }
 
   /// TAVO in its folder; answers when its window's address is in the log.

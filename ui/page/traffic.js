@@ -24,6 +24,11 @@ let storyTimer = null;
 const map = { centre: { lat: 0, lon: 0 }, pxPerNm: 1, drawn: [] };
 window.tavoMap = map;
 
+/// A waiting aircraft has no position yet: it is in the table, not on the map.
+function noPosition(a) {
+  return a.lat >= 0 && a.lat <= 0.0009 && a.lon >= 0 && a.lon <= 0.05;
+}
+
 function colourOf(phase) {
   return phaseColours[phase] || otherColour;
 }
@@ -36,16 +41,29 @@ function project(lat, lon) {
 }
 map.project = project;
 
+/// Nautical miles from the centre to the map's edge: wide enough for the farthest aircraft
+/// (at least a mile, at most the range asked for), then as the user zoomed.
 function viewNm() {
   const range = traffic && traffic.range > 0 ? traffic.range : 20;
-  return range / zoom;
+  let farthest = 0;
+  for (const a of traffic ? traffic.aircraft : []) {
+    if (noPosition(a)) continue;
+    const north = (a.lat - map.centre.lat) * nmPerDegree;
+    const east = (a.lon - map.centre.lon) * nmPerDegree * Math.cos(map.centre.lat * Math.PI / 180);
+    farthest = Math.max(farthest, Math.hypot(north, east));
+  }
+  // In steps, so that the scale does not breathe with every picture.
+  const wanted = Math.max(1, farthest * 1.2);
+  const fit = [1, 1.5, 2, 3, 4, 5, 7, 10, 15, 20, 25, 30, 40, 50, 70, 100, 150, 200, 300].find((nm) => nm >= wanted) || wanted;
+  return Math.min(range, fit) / zoom;
 }
 
 function centreOf(t) {
   if (t.user) return { lat: t.user.lat, lon: t.user.lon };
-  if (t.aircraft.length) {
-    const n = t.aircraft.length;
-    return { lat: t.aircraft.reduce((s, a) => s + a.lat, 0) / n, lon: t.aircraft.reduce((s, a) => s + a.lon, 0) / n };
+  if (t.aircraft.some((a) => !noPosition(a))) {
+    const placed = t.aircraft.filter((a) => !noPosition(a));
+    const n = Math.max(1, placed.length);
+    return { lat: placed.reduce((s, a) => s + a.lat, 0) / n, lon: placed.reduce((s, a) => s + a.lon, 0) / n };
   }
   return { lat: 0, lon: 0 };
 }
@@ -137,7 +155,7 @@ function drawMap() {
   // Parked ones first, so that moving ones stay readable on top.
   const order = [...traffic.aircraft].sort((a, b) => Number(b.phase === 'parked' || b.phase === 'at stand') -
                                                      Number(a.phase === 'parked' || a.phase === 'at stand'));
-  for (const a of order) drawAircraft(a);
+  for (const a of order) if (!noPosition(a)) drawAircraft(a);
   if (traffic.user) drawUser(traffic.user);
   canvas.dataset.number = String(traffic.number);
 }
