@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 
 namespace orv {
 namespace {
@@ -201,6 +202,30 @@ TEST_F(TrafficViewTest, JsonAsThePageReadsIt)
     EXPECT_EQ(a["alt"], 1235);
     EXPECT_EQ(a["step"], -1);
     EXPECT_EQ(a["livery"], "Bad \xEF\xBF\xBD title") << "invalid UTF-8 is replaced, not refused";
+
+    // Titles and callsigns as they come: every one makes valid JSON that reads back as shown.
+    struct Text {
+        std::string raw, shown;
+    } texts[] = {
+        {"A \"quoted\" \\ title", "A \"quoted\" \\ title"},
+        {"tab\there\x01", "tab\there\x01"},
+        {"Z\xC3\xBCrich \xE6\x9D\xB1\xE4\xBA\xAC \xF0\x9F\x9B\xA9", "Z\xC3\xBCrich \xE6\x9D\xB1\xE4\xBA\xAC \xF0\x9F\x9B\xA9"},
+        {"cut \xE6\x9D", "cut \xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"overlong \xC0\x80", "overlong \xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"surrogate \xED\xA0\x80", "surrogate \xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"beyond \xF4\x90\x80\x80", "beyond \xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+    };
+    for (const Text& t : texts) {
+        TrafficSnapshot one;
+        one.aircraft.push_back(AircraftView{});
+        one.aircraft[0].livery = t.raw;
+        one.aircraft[0].callsign = t.raw;
+        one.aircraft[0].lat = std::nan("");
+        const nlohmann::json back = nlohmann::json::parse(gf_trafficJson(one));
+        EXPECT_EQ(back["aircraft"][0]["livery"], t.shown) << t.raw;
+        EXPECT_EQ(back["aircraft"][0]["callsign"], t.shown) << t.raw;
+        EXPECT_EQ(back["aircraft"][0]["lat"], 0) << "a broken figure still makes JSON";
+    }
 
     const nlohmann::json story = nlohmann::json::parse(gf_storyJson(0xAB));
     EXPECT_EQ(story["aircraft"]["callsign"], "KLM1234");
