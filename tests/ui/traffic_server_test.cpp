@@ -1,7 +1,7 @@
-// The traffic page's routes on the window's server: the page, its stream of
-// snapshots, an aircraft's story, and what they refuse.
+// The traffic page's routes on the window's server: the page and an
+// aircraft's story, and what they refuse. (Its stream is driven by the
+// browser tests.)
 #include "core/parameters.h"
-#include "tests/support/eventually.h"
 #include "traffic/engine.h"
 #include "ui/traffic_view.h"
 #include "ui/window.h"
@@ -10,14 +10,10 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <atomic>
-#include <mutex>
-#include <thread>
-
 namespace orv {
 namespace {
 
-TEST(TrafficServer, PageStreamAndStory)
+TEST(TrafficServer, PageAndStory)
 {
     gf_resetParameters();
     WINDOW_PORT.value = 0;
@@ -58,29 +54,6 @@ TEST(TrafficServer, PageStreamAndStory)
         EXPECT_NE(answer->body.find(c.part), std::string::npos) << c.target << ": " << answer->body;
     }
 
-    // The stream greets, then sends each new snapshot.
-    std::string stream;
-    std::mutex streamMutex;
-    std::atomic<bool> stop{false};
-    std::thread reader([&] {
-        httplib::Client own("127.0.0.1", port);
-        own.Get("/traffic/events", host, [&](const char* DATA, std::size_t LENGTH) {
-            std::lock_guard lock(streamMutex);
-            stream.append(DATA, LENGTH);
-            return !stop;
-        });
-    });
-    const auto seen = [&](const std::string& PART) {
-        std::lock_guard lock(streamMutex);
-        return stream.find(PART) != std::string::npos;
-    };
-    EXPECT_TRUE(test::eventually([&] { return seen("event: hello") && seen("KLM1234"); }));
-    record.callsign = "KLM9876";
-    gf_publishTraffic();
-    EXPECT_TRUE(test::eventually([&] { return seen("KLM9876"); }));
-    stop = true;
-    gf_publishTraffic(); // one more event, so that the reader sees the stop
-    reader.join();
     gf_closeWindowServer();
     liveList.clear();
     gf_resetTrafficView();

@@ -53,37 +53,6 @@ protected:
     }
 };
 
-TEST_F(TrafficViewTest, PhaseTextFollowsStateThenPhase)
-{
-    struct Case {
-        ActState state;
-        Phase phase;
-        bool rollout, landing;
-        const char* text;
-    } cases[] = {
-        {ActState::waiting, Phase::flying, false, false, "waiting"},
-        {ActState::creating, Phase::atStand, false, false, "creating"},
-        {ActState::removing, Phase::flying, false, false, "removing"},
-        {ActState::active, Phase::pushBack, false, false, "push-back"},
-        {ActState::active, Phase::moving, false, false, "taxi"},
-        {ActState::active, Phase::moving, true, false, "rollout"},
-        {ActState::active, Phase::takingOff, false, false, "take-off"},
-        {ActState::active, Phase::flying, false, false, "air"},
-        {ActState::active, Phase::flying, false, true, "landing"},
-        {ActState::active, Phase::taxiToStand, false, false, "taxi to stand"},
-        {ActState::active, Phase::atStand, false, false, "at stand"},
-        {ActState::active, Phase::unset, false, false, "new"},
-    };
-    for (const Case& c : cases) {
-        act record;
-        record.state = c.state;
-        record.phase = c.phase;
-        record.rollout = c.rollout;
-        record.landing = c.landing;
-        EXPECT_EQ(gf_phaseText(record), c.text) << c.text;
-    }
-}
-
 TEST_F(TrafficViewTest, SnapshotCopiesLiveAndStaticRecords)
 {
     EXPECT_EQ(gf_trafficSnapshot()->number, 0u) << "nothing before the first publication";
