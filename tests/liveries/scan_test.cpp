@@ -121,6 +121,22 @@ TEST_F(Scan, WalkTakesAircraftCfgInAnyCaseAndSkipsExcludedBranches)
     EXPECT_EQ(titles(walk("my-airport-pack"), true), (std::vector<std::string>{"below", "top"}));
 }
 
+TEST_F(Scan, WalkFollowsFolderLinksOnceAndLogsBrokenOnesWithoutLooping)
+{
+    plant("elsewhere/pkg/aircraft.cfg", "linked");
+    plant("c/own/aircraft.cfg", "own");
+    fs::create_directories("c/deeper");
+    fs::create_directory_symlink(fs::absolute("elsewhere/pkg"), "c/pkg-link");
+    fs::create_directory_symlink(fs::absolute("elsewhere/pkg"), "c/deeper/second-link");
+    fs::create_directory_symlink(fs::absolute("c"), "c/deeper/loop");
+    fs::create_directory_symlink("../elsewhere", "elsewhere/pkg/up"); // a cycle through the linked folder
+    fs::create_directory_symlink(fs::absolute("gone"), "c/broken");
+    EXPECT_EQ(titles(walk("c"), true), (std::vector<std::string>{"linked", "own"}));
+    const std::string text = log.text();
+    EXPECT_NE(text.find("! link c/broken leads to " + fs::absolute("gone").string() + ", which does not exist"), std::string::npos);
+    EXPECT_NE(text.find("! link c/deeper/loop leads back to"), std::string::npos);
+}
+
 TEST_F(Scan, ResultsKeepTheOrderOfFinding)
 {
     for (int i = 0; i < 60; ++i)
