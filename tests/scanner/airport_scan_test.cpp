@@ -1,0 +1,188 @@
+// The airport scan over a Community folder made by code: publishers by path
+// and by manifest, link files, generated stand files, exclusions, linked
+// packages, broken files, the scan log and the parameter set off at the end.
+#include "scanner/scan_state.h"
+#include "tests/liveries/dbase_fixture.h"
+#include "tests/scanner/bgl_writer.h"
+
+#include "liveries/dbase.h"
+#include "liveries/scan_driver.h"
+#include "parking/airport_db.h"
+
+#include "core/folders.h"
+#include "core/parameters.h"
+#include "core/window_state.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+namespace orv {
+namespace {
+
+namespace fs = std::filesystem;
+using test::readFile;
+using test::writeFile;
+
+void plantBgl(const fs::path& PATH, const std::string& ICAO, int STANDS, int HELIPADS = 0)
+{
+    test::BglAirport a = test::gf_gridAirport(ICAO, STANDS);
+    for (int i = 0; i < HELIPADS; ++i) a.helipads.push_back({52.4 + i * 0.01, 4.8, 20.0f});
+    writeFile(PATH, test::gf_bglOfAirports({a}));
+}
+
+/// The parkpos count and one parameter of a generated file; "missing" without the file.
+std::string generated(const fs::path& PATH, const char* PARAMETER)
+{
+    pugi::xml_document doc;
+    if (!doc.load_file(PATH.c_str())) return "missing";
+    const auto value = doc.select_node(fmt::format("/parameters/parameter[@name='{}']/@value", PARAMETER).c_str());
+    return fmt::format("{} {}", doc.select_nodes("/parkpositions/parkpos").size(), value.attribute().value());
+}
+
+class AirportScan : public test::LiveriesTest {
+protected:
+    void reset() override
+    {
+        scanFound = false;
+        tbloCount = 0;
+        scanTaskLimit = 2;
+        airportList.clear();
+        lf_indexAirports();
+    }
+};
+
+TEST_F(AirportScan, CommunityFolderGivesLinksAndGeneratedFiles)
+{
+    publisherNames = {{"Pub One", "pubone"}, {"Some Publisher"}};
+    simAddons20 = {"EHAM"};
+    thirdParties20 = {{"Pub One", {"EHRD40", "EHLE12"}}};
+    scanFor2020 = MSFS_2020.value = true;
+    DOWNLOAD_URL.value = "file://" + (temp.path() / "server").string() + "/";
+    const auto stock = [](const std::string& ICAO, int WEEKS) {
+        writeFile(fmt::format("server/MSFS/archive/stock/{}.xml", ICAO),
+                  fmt::format(R"(<parameters><parameter name="Qf_real" value="50"/><parameter name="WEEK" value="{}"/></parameters>)", WEEKS));
+    };
+    stock("EHGR", 20);
+    stock("EHTE", 20); // suitable, but an unknown publisher without a maker's name is not sent in
+    stock("EHRD", 3);
+    const fs::path c = "sim/Community";
+    plantBgl(c / "microsoft-airport-eham/scenery/x.bgl", "EHAM", 3);
+    plantBgl(c / "pubone-ehrd/scenery/a.bgl", "EHRD", 45);
+    plantBgl(c / "pubone-ehle/scenery/a.BGL", "EHLE", 12);
+    writeFile(c / "some-pack/manifest.json", R"({"manufacturer": "", "creator": "Some Publisher", "title": "T"})");
+    plantBgl(c / "some-pack/scenery/b.bgl", "EHGR", 2);
+    plantBgl(c / "unknown-pack/scenery/c.bgl", "EHTE", 2, 2);
+    plantBgl(c / "unknown-pack/scenery/wrong.Bgl", "EHTW", 2);
+    plantBgl("outside/pkg/scenery/d.bgl", "EHGG", 4);
+    fs::create_directory_symlink(fs::absolute("outside/pkg"), c / "linked-pkg");
+    fs::create_directory_symlink(fs::absolute(c), c / "linked-pkg-loop");
+    fs::create_directory_symlink(fs::absolute("gone"), c / "linked-gone");
+    plantBgl(c / "x/simobjects/airplanes/e.bgl", "EHKD", 2);
+    plantBgl(c / "x/statics/f.bgl", "EHST", 2);
+    plantBgl(c / "x/Aircraft/g.bgl", "EHAL", 2); // exclusion words are exact case
+    std::string broken = test::gf_bglOfAirports({test::gf_gridAirport("EHBR", 5)});
+    writeFile(c / "broken/scenery/h.bgl", broken.substr(0, 100));
+    test::BglSection objects{0x25, false, {test::gf_bglRecord(0x000B, std::string(40, 'o'))}};
+    writeFile(c / "objects/scenery/EHOB.bgl", test::gf_bglFile({objects}).bytes);
+
+    EXPECT_TRUE(lf_scanAirportFolders({"sim/Official", c}));
+
+    struct Row {
+        fs::path file;
+        std::string expected;
+    };
+    const std::vector<Row> rows{
+        {mySimaddonFolder / "EHAM.txt", "archive/simaddon/EHAM.xml\n"},
+        {myThirdpartyFolder / "EHRD.txt", "archive/thirdparty/Pub%20One/EHRD.xml\n"},
+        {myThirdpartyFolder / "EHLE.txt", "archive/thirdparty/Pub%20One/EHLE.xml\n"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(readFile(row.file), row.expected) << row.file;
+    const std::vector<std::pair<fs::path, std::string>> files{
+        {mySimaddonFolder / "EHAM.xml", "missing"},
+        {myThirdpartyFolder / "EHRD.xml", "45 Pub One"},
+        {myThirdpartyFolder / "EHLE.xml", "missing"},
+        {myThirdpartyFolder / "EHGR.xml", "2 Some Publisher"},
+        {myThirdpartyFolder / "EHTE.xml", "4 unknown"},
+        {myThirdpartyFolder / "EHGG.xml", "4 unknown"},
+        {myThirdpartyFolder / "EHAL.xml", "2 unknown"},
+        {myThirdpartyFolder / "EHTW.xml", "missing"},
+        {myThirdpartyFolder / "EHKD.xml", "missing"},
+        {myThirdpartyFolder / "EHST.xml", "missing"},
+        {myThirdpartyFolder / "EHBR.xml", "missing"},
+    };
+    for (const auto& [file, expected] : files) EXPECT_EQ(generated(file, "publisher"), expected) << file;
+    EXPECT_EQ(generated(myThirdpartyFolder / "EHTE.xml", "BGLpath"), "4 " + (c / "unknown-pack/scenery/c.bgl").string());
+
+    const std::string scanLogText = readFile(scanLogPath);
+    for (const std::string line :
+         {"from filename => publisher simaddon", "thirdparty airport EHRD linked to archive/thirdparty/Pub%20One/EHRD.xml",
+          "from manifest.json creator \"Some Publisher\" => publisher \"Some Publisher\"",
+          "thirdparty EHGR Some Publisher does not exist", "Generated EHTE.xml: 4 positions, of which 2 helipads",
+          "===> No publisher found", "Scanning for addon airports in sim/Community", "aborted, futs"})
+        EXPECT_NE(scanLogText.find(line), std::string::npos) << line;
+    EXPECT_NE(scanLogText.find("sim/Community/broken/scenery/h.bgl: read of"), std::string::npos);
+    for (const std::string& line : std::vector<std::string>{"sim/Official does not exist, skipped!", "===> EHRD has 45 parkpos while archived one has 40",
+                                   "Exception in lf_toParkingPositions: " + (c / "broken/scenery/h.bgl").string(),
+                                   "! link sim/Community/linked-gone leads to", "Airports scan successful",
+                                   "EHRD Not suitable for offline learning", "manufacturer=, creator=",
+                                   "EHGR copied to TBLO/EHGR.xml", "Please zip the folder"})
+        EXPECT_NE(log.text().find(line), std::string::npos) << line;
+    EXPECT_EQ(tbloCount, 1);
+    EXPECT_EQ(generated(tbloFolder / "EHGR.xml", "publisher"), "2 Some Publisher");
+    EXPECT_FALSE(fs::exists(tbloFolder / "EHTE.xml"));
+}
+
+TEST_F(AirportScan, WholeScanEmptiesItsFoldersAndSetsTheParameterOff)
+{
+    MSFS_2020.value = true;
+    MSFS_INSTALL_PATH.value = (temp.path() / "sim").string();
+    SCAN_AIRPORTS.value = true;
+    fs::create_directories("sim/Official");
+    fs::create_directories("sim/Community");
+    writeFile(myThirdpartyFolder / "OLD.txt", "archive/thirdparty/X/OLD.xml");
+    writeFile(mySimaddonFolder / "OLD.txt", "archive/simaddon/OLD.xml");
+    lf_scanAirports();
+    EXPECT_FALSE(fs::exists(myThirdpartyFolder / "OLD.txt"));
+    EXPECT_FALSE(fs::exists(mySimaddonFolder / "OLD.txt"));
+    EXPECT_FALSE(SCAN_AIRPORTS.value);
+    EXPECT_NE(readFile(gf_parametersPath()).find("name=\"SCAN_AIRPORTS\" value=\"false\""), std::string::npos);
+    EXPECT_TRUE(log.contains("Warning: Scan has not found any add-on airports"));
+    EXPECT_FALSE(fs::exists(tbloFolder));
+}
+
+TEST_F(AirportScan, ExclusionsAndPublisherNames)
+{
+    const std::string longPath = "/c/" + std::string(250, 'p') + "/x.bgl";
+    const std::vector<std::pair<std::string, bool>> paths{
+        {"/c/pkg/simobjects/aircraft/x.bgl", true}, {"C:\\c\\pkg\\simobjects\\x.bgl", true},
+        {"/c/pkg/Aircraft/x.bgl", false},          {longPath.substr(0, 249), false},
+        {longPath.substr(0, 250), true},           {"/c/fsltl-traffic/x.bgl", true},
+    };
+    for (const auto& [path, excluded] : paths) EXPECT_EQ(lf_excludedPath(path), excluded) << path;
+    EXPECT_FALSE(lf_excludedPath("/home/aircraft/Community/pkg/x.bgl", std::string("/home/aircraft/Community").size()));
+    publisherNames = {{"Orbx", "orbx", "Full Terrain"}, {"Bad", "(unclosed"}, {"Aero[Soft]", "aerosoft"}};
+    const std::vector<std::pair<std::string, std::string>> names{
+        {"/c/orbx-eham/x.bgl", "Orbx"}, {"/c/ORBX-eham/x.bgl", "Orbx"},     {"/c/full terrain/x.bgl", "Orbx"},
+        {"/c/Aerosoft-x/x.bgl", "Aero[Soft]"}, {"/c/(unclosed/x.bgl", "Bad"}, {"/c/nobody/x.bgl", "unknown"},
+    };
+    for (const auto& [text, publisher] : names) EXPECT_EQ(gf_publisherByName(text), publisher) << text;
+}
+
+TEST_F(AirportScan, ManifestIsFoundInThePackageOrAbove)
+{
+    writeFile("Community/pkg/manifest.json", R"({"manufacturer": "M", "creator": 7, "title": "EHAM Schiphol"})");
+    writeFile("other/a/manifest.json", R"({"creator": "Up"})");
+    writeFile("other/a/b/manifest.json", "{ not json");
+    writeFile("other/a/b/c/x.bgl", "");
+    const auto m1 = lf_searchManifest("Community/pkg/scenery/deep/x.bgl");
+    ASSERT_TRUE(m1);
+    EXPECT_EQ(m1->manufacturer + "|" + m1->creator + "|" + m1->title, "M||EHAM Schiphol");
+    const auto m2 = lf_searchManifest("other/a/b/c/x.bgl");
+    ASSERT_TRUE(m2);
+    EXPECT_EQ(m2->creator, "Up");
+    EXPECT_FALSE(lf_searchManifest("nowhere/x.bgl"));
+}
+
+} // namespace
+} // namespace orv
