@@ -68,7 +68,6 @@ std::string lf_tbloRefusal(const fs::path& F)
 void lf_fillTblo()
 {
     std::error_code failed;
-    fs::remove_all(tbloFolder, failed);
     const auto stems = lf_generatedStems();
     if (stems.empty()) return;
     fs::create_directories(tbloFolder, failed);
@@ -98,7 +97,7 @@ void lf_fillTblo()
     }
     if (copied == 0) {
         gf_log("All your third party airports are done, no off line learning needed.");
-        fs::remove_all(tbloFolder, failed);
+        if (tbloCount == 0) fs::remove_all(tbloFolder, failed); // entries of unresolved airports stay
         return;
     }
     tbloCount += copied;
@@ -147,6 +146,9 @@ bool lf_scanAirportFolders(const std::vector<fs::path>& FOLDERS)
     fs::remove(scanLogPath, failed);
     if (failed) gf_log("problems with removing previous files (maybe still open?)");
     tbloCount = 0;
+    // Emptied before the walk, not after it: the walk itself writes the
+    // entries of the airports that only the simulator can resolve.
+    fs::remove_all(tbloFolder, failed);
     {
         const std::lock_guard guard(scanLogMutex);
         scanLog.reserve(scanLogCapacity);

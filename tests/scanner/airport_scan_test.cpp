@@ -151,6 +151,30 @@ TEST_F(AirportScan, WholeScanEmptiesItsFoldersAndSetsTheParameterOff)
     EXPECT_FALSE(fs::exists(tbloFolder));
 }
 
+TEST_F(AirportScan, UnresolvedAirportsOf2024FindTheirCodeOrAreLost)
+{
+    scanFor2020 = MSFS_2020.value = false;
+    airportList = {{"EHAM", "", 52.3, 4.76, -11}, {"EHGG", "", 53.1, 6.6, 17}};
+    lf_indexAirports();
+    const auto unresolved = [](const fs::path& PATH) {
+        test::BglSection section{3, false, {test::gf_bglRecord(0x0113, std::string(30, '\0'))}};
+        writeFile(PATH, test::gf_bglFile({section}).bytes);
+    };
+    unresolved("Community/pkg-a/scenery/eham.bgl");
+    unresolved("Community/pkg-b/scenery/zz.bgl");
+    unresolved("Community/some-ehgg-pack/scenery/y.bgl");
+    lf_scanAirportFolders({"Community"});
+    const std::string scanLogText = readFile(scanLogPath);
+    for (const std::string line : {"Not recognised airport has ICAO code \"EHAM\" as BGL stem",
+                                   "Not recognised airport lost ... \"Community/pkg-b/scenery/zz.bgl\"",
+                                   "Not recognised airport has ICAO \"EHGG\" in BGL path", "==> TBLO entry TBLO/EHAM.xml created "})
+        EXPECT_NE(scanLogText.find(line), std::string::npos) << line;
+    // The walk's own entries outlive the end of the scan.
+    EXPECT_EQ(readFile(tbloFolder / "EHAM.xml"), "Community/pkg-a/scenery/eham.bgl\nEHAM by unknown, title:  crea:  manu: \n");
+    EXPECT_TRUE(fs::exists(tbloFolder / "EHGG.xml"));
+    EXPECT_EQ(tbloCount, 2);
+}
+
 TEST_F(AirportScan, ExclusionsAndPublisherNames)
 {
     const std::string longPath = "/c/" + std::string(250, 'p') + "/x.bgl";
