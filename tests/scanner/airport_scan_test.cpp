@@ -15,6 +15,7 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <cstdlib>
 #include <pugixml.hpp>
 
 namespace orv {
@@ -173,6 +174,24 @@ TEST_F(AirportScan, UnresolvedAirportsOf2024FindTheirCodeOrAreLost)
     EXPECT_EQ(readFile(tbloFolder / "EHAM.xml"), "Community/pkg-a/scenery/eham.bgl\nEHAM by unknown, title:  crea:  manu: \n");
     EXPECT_TRUE(fs::exists(tbloFolder / "EHGG.xml"));
     EXPECT_EQ(tbloCount, 2);
+}
+
+TEST_F(AirportScan, DemoSceneryIsScannedIntoTheDemoStands)
+{
+    const std::string tool = (test::buildDir() / "tavo-demo-scenery").string();
+    ASSERT_EQ(std::system((tool + " Community").c_str()), 0);
+    scanFor2020 = true;
+    EXPECT_TRUE(lf_scanAirportFolders({"Community"}));
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_file((myThirdpartyFolder / "EHAM.xml").c_str()));
+    std::string stands;
+    for (const auto& p : doc.select_nodes("/parkpositions/parkpos"))
+        stands += fmt::format("{} {} {} {} {};", p.node().attribute("id").value(), p.node().attribute("latitude").value(),
+                              p.node().attribute("longitude").value(), p.node().attribute("heading").value(),
+                              p.node().attribute("radius").value());
+    EXPECT_EQ(stands, "D2 52.309300 4.762800 230.0 30.0;D4 52.309900 4.761800 230.0 30.0;D6 52.310500 4.760800 230.0 30.0;"
+                      "D8 52.311100 4.759800 230.0 30.0;E2 52.307800 4.766300 140.0 30.0;E4 52.307200 4.767300 140.0 30.0;");
+    EXPECT_EQ(generated(myThirdpartyFolder / "EHAM.xml", "altitude"), "6 -11");
 }
 
 TEST_F(AirportScan, ExclusionsAndPublisherNames)
