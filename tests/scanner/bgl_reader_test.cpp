@@ -88,7 +88,8 @@ TEST(BglReader, RoundTripsEachRuleOfTheReading)
         {"eight of one name", {airport("EHAF", eight)},
          {"EHAF 10: g5 g 20.0 90.0 g5a g 20.0 90.0 g5b g 20.0 90.0 g5c g 20.0 90.0 g5d g 20.0 90.0 g5e g 20.0 90.0 g5f g 20.0 90.0"},
          "===> Warning more then 6 the same ids g5, in t.bgl"},
-        {"three-letter ident", {airport("EHA", {spot(1, 20)}), airport("EH1B", {spot(1, 20)})}, {"EH1B 10: g1 g 20.0 90.0"}},
+        {"idents of three letters or with a blank", {airport("EHA", {spot(1, 20)}), airport("E HA", {spot(1, 20)}), airport("EH1B", {spot(1, 20)})},
+         {"EH1B 10: g1 g 20.0 90.0"}},
         {"altitude too high", {airport("EHAG", {spot(1, 20)}, 4000000)}, {"EHAG 0: g1 g 20.0 90.0"}},
         {"altitude below the sea", {airport("EHAH", {spot(1, 20)}, -5000), airport("EHAI", {spot(1, 20)}, -7000)},
          {"EHAH -16: g1 g 20.0 90.0", "EHAI 0: g1 g 20.0 90.0"}},
@@ -160,27 +161,6 @@ TEST(BglReader, UnresolvedAirportRecordEndsTheFileOnlyFor2024)
         gf_readBglBytes(bytes, "u.bgl", sink);
         EXPECT_EQ(sink.airports.size(), msfs2020 ? 2u : 1u);
         EXPECT_EQ(sink.unresolved, msfs2020 ? std::vector<std::string>{} : std::vector<std::string>{"u.bgl"});
-    }
-}
-
-TEST(BglReader, IcaoCodesUnpackFromBase38)
-{
-    struct Code {
-        std::uint32_t code;
-        std::string text;
-        bool ok;
-    };
-    const std::vector<Code> codes{
-        {gf_packIcao("EHAM"), "EHAM", true}, {gf_packIcao("K1D5"), "K1D5", true}, {gf_packIcao("LFP"), "LFP", false},
-        {gf_packIcao("EHAMX"), "EHAMX", false}, {gf_packIcao("EHAM") | 0x1F, "EHAM", true}, {0, " ", false},
-        {(12u * 38 * 38 * 38 + 0 * 38 * 38 + 13 * 38 + 14) << 5, "A BC", false},
-    };
-    for (const auto& c : codes) {
-        std::string text;
-        bool ok = false;
-        lf_decodeIdentifierOrRegionCode(text, c.code, ok);
-        EXPECT_EQ(text, c.text);
-        EXPECT_EQ(ok, c.ok) << c.text;
     }
 }
 
