@@ -4,6 +4,7 @@
 // read past the end (the reader's view throws instead) or loop.
 #include "tests/scanner/bgl_sink.h"
 #include "tests/scanner/bgl_writer.h"
+#include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,7 @@ TEST(BglHostile, TruncatedAnywhereNeverReadsPastTheEnd)
 
 TEST(BglHostile, LyingSizesCountsAndOffsetsEndTheirListWithAMessage)
 {
+    const TempDir temp;
     const BglAirport good = gf_gridAirport("EHAM", 2);
     BglAirport zeroSub = good;
     zeroSub.extraSubrecords = {gf_bglRecord(0x0099, "", 0)};
@@ -118,7 +120,10 @@ TEST(BglHostile, LyingSizesCountsAndOffsetsEndTheirListWithAMessage)
             EXPECT_EQ(sink.count(row.message), 1) << row.what;
         }
         EXPECT_EQ(lf_hasAirportSectionIn(row.bytes, row.bytes.size()), row.cheap) << row.what;
+        writeFile("h.bgl", row.bytes); // the file's own reading of its head gives the same answer
+        EXPECT_EQ(lf_hasAirportSection("h.bgl"), row.cheap) << row.what;
     }
+    EXPECT_FALSE(lf_hasAirportSection("missing.bgl"));
 }
 
 /// Every stand that comes out keeps the reader's promises.
