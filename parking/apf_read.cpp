@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <cmath>
 
 namespace orv {
 
@@ -200,8 +201,9 @@ void lf_appendOptions(const pugi::xml_node& PARKPOS, Stand& STAND, bool FROM_LEA
 bool lf_hasEqualOption(const Stand& STAND, const StandOption& OPTION)
 {
     for (const StandOption& other : STAND.options)
-        if (other.day == OPTION.day && other.real == OPTION.real && other.regcode == OPTION.regcode &&
-            other.airline == OPTION.airline && other.icaoType == OPTION.icaoType && (other.hours & OPTION.hours) != 0)
+        // The cheap tests first: a stand of a few hundred options is compared pairwise.
+        if ((other.hours & OPTION.hours) != 0 && other.day == OPTION.day && other.real == OPTION.real &&
+            other.regcode == OPTION.regcode && other.airline == OPTION.airline && other.icaoType == OPTION.icaoType)
             return true;
     return false;
 }
@@ -253,9 +255,13 @@ void lf_buildConflicts()
     for (Stand& a : standTable) {
         a.conflicts.clear();
         a.conflicts.reserve(8);
-        for (const Stand& b : standTable)
-            if (&a != &b && a.radius + b.radius > gf_distanceNm({a.lat, a.lon}, {b.lat, b.lon}) * conflictMargin)
+        for (const Stand& b : standTable) {
+            // The distance is at least the difference of latitude (minutes are
+            // nautical miles): most pairs are settled without the great circle.
+            if (&a == &b || std::abs(a.lat - b.lat) * 60.0 * conflictMargin >= a.radius + b.radius) continue;
+            if (a.radius + b.radius > gf_distanceNm({a.lat, a.lon}, {b.lat, b.lon}) * conflictMargin)
                 a.conflicts.push_back(b.standId);
+        }
         a.conflicts.shrink_to_fit();
     }
 }
