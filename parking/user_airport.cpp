@@ -165,7 +165,11 @@ void lf_parkAirportFound(bool NOW)
 void gf_userAirportCheck(bool FIRST)
 {
     if (FIRST) {
-        // A new session asks the server again for the airports it lacked.
+        // A new session starts without aircraft: the marks of the last one's
+        // stands go with the airport, which is chosen and read anew; the
+        // server is asked again for the airports it lacked.
+        if (!parkIcao.empty()) lf_unloadParkAirport();
+        pendingLoad = false;
         airportsWithoutFile.clear();
         viewAirport.reset();
     }
