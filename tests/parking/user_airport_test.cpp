@@ -130,6 +130,11 @@ TEST_F(ParkAirports, OnTheGroundTheAirportIsLoadedAndTheUsersStandRemembered)
     gf_userAirportCheck(true);
     EXPECT_EQ(reservedStandName, "G2");
     EXPECT_TRUE(reservedStandFound);
+    // A new session reads the airport anew: no stand keeps the last session's marks.
+    standTable.at(0).occupied = true;
+    gf_userAirportCheck(true);
+    EXPECT_EQ(parkIcao, "EHAM");
+    EXPECT_FALSE(standTable.at(0).occupied);
 }
 
 TEST_F(ParkAirports, InTheAirTheHeadComesInSightAndGoesOutOfIt)
