@@ -182,7 +182,7 @@ std::string lf_readParkAirports()
 {
     std::string message;
     lf_reReadParkAirports(true, message);
-    return message == "park airports and stands are okay" ? std::string() : message;
+    return message;
 }
 
 void gf_applyStoredDestination()
