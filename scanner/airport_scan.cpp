@@ -6,7 +6,7 @@
 
 #include "liveries/scan_driver.h"
 #include "parking/airport_db.h"
-#include "updates/downloads.h"
+#include "parking/airport_files.h"
 
 #include "core/flags.h"
 #include "core/folders.h"
@@ -15,12 +15,10 @@
 #include "core/text_files.h"
 #include "core/window_state.h"
 
-#include <curl/curl.h>
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
 #include <cctype>
-#include <memory>
 
 namespace orv {
 
@@ -30,7 +28,6 @@ namespace {
 
 constexpr std::size_t scanLogCapacity = 2048;
 constexpr std::size_t stemCapacity = 512;
-constexpr int learningWeeks = 16;
 constexpr std::size_t longEnoughName = 4;
 constexpr const char* tbloAddress = "airports@tavo.example";
 
@@ -121,24 +118,6 @@ void lf_writeScanLog()
 }
 
 } // namespace
-
-bool lf_suitableForOfflineLearning(const std::string& ICAO)
-{
-    const fs::path temporary = fmt::format("{}.stock.xml", ICAO);
-    bool suitable = false;
-    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
-    pugi::xml_document doc;
-    if (curl && gf_downloadFile(curl.get(), fmt::format("{}archive/stock/{}.xml", gf_archiveBase(false), ICAO), temporary, true) &&
-        doc.load_file(temporary.c_str())) {
-        const int qfReal = std::atoi(lf_parameterOf(doc, "Qf_real").c_str()), qfSoft = std::atoi(lf_parameterOf(doc, "Qf_soft").c_str());
-        const bool hasQf = !lf_parameterOf(doc, "Qf_real").empty() || !lf_parameterOf(doc, "Qf_soft").empty();
-        if (hasQf && (qfReal >= 0 || qfSoft >= 0)) suitable = std::atoi(lf_parameterOf(doc, "WEEK").c_str()) >= learningWeeks;
-    }
-    std::error_code failed;
-    fs::remove(temporary, failed);
-    if (!suitable) gf_log(fmt::format("{} Not suitable for offline learning", ICAO));
-    return suitable;
-}
 
 bool lf_scanAirportFolders(const std::vector<fs::path>& FOLDERS)
 {

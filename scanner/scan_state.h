@@ -64,7 +64,5 @@ bool lf_isBglFile(const std::filesystem::path& PATH);
 void lf_scanAirportFolder(const std::filesystem::path& FOLDER);
 bool lf_scanAirportFolders(const std::vector<std::filesystem::path>& FOLDERS);
 void lf_scanAirports();
-/// Airports whose stock file rests on enough weeks to learn from a generated one.
-bool lf_suitableForOfflineLearning(const std::string& ICAO);
 
 } // namespace orv

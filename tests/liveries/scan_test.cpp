@@ -416,6 +416,10 @@ TEST_F(Scan, TheDemoDataOfOurToolsIsReadAndScannedAsAtAStart)
     EXPECT_TRUE(catalogue.contains("KLC")) << "the IVAO part and the operator of the regional arm";
     EXPECT_TRUE(catalogue.contains("ZZZ")) << "paints without an airline";
     EXPECT_TRUE(genericCargo.contains("B744"));
+    // Every airline on every airliner that the traffic generator flies has a paint.
+    for (const char* airline : {"KLM", "BAW", "DLH", "AFR", "EZY", "RYR", "SAS", "IBE", "UAE", "TAP"})
+        for (const char* model : {"A320", "A20N", "A321", "B738", "B38M", "E190", "E295", "A319", "B77W", "A333", "B789", "A359"})
+            EXPECT_TRUE(catalogue.contains(airline) && catalogue.at(airline).contains(model)) << airline << " " << model;
     if (std::getenv("TAVO_SHOW_DEMO_LOG")) std::cout << log.text() << test::readFile(errorsFolder / "IncompleFltsimSections.txt");
 }
 
