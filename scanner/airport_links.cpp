@@ -6,6 +6,7 @@
 
 #include "liveries/dbase.h"
 #include "parking/airport_db.h"
+#include "parking/airport_files.h"
 
 #include "core/folders.h"
 #include "core/log.h"
@@ -122,6 +123,31 @@ bool lf_recogniseAirport(ScannedAirport& AIRPORT, int& ARCHIVED_COUNT, const std
     return linked;
 }
 
+ParkAirportData lf_generatedData(const ScannedAirport& AIRPORT)
+{
+    ParkAirportData data;
+    data.icao = AIRPORT.icao;
+    data.airportName = AIRPORT.airportName;
+    data.bglPath = AIRPORT.bglPath;
+    data.publisher = AIRPORT.publisher;
+    data.manufacturer = AIRPORT.manufacturer;
+    data.creator = AIRPORT.creator;
+    data.altitude = AIRPORT.altitude;
+    data.stands.reserve(AIRPORT.stands.size());
+    for (const ScannedStand& scanned : AIRPORT.stands) {
+        Stand& stand = data.stands.emplace_back();
+        stand.name = scanned.name;
+        stand.lat = scanned.lat;
+        stand.lon = scanned.lon;
+        stand.heading = scanned.heading;
+        stand.radius = scanned.radius;
+        stand.cargo = scanned.cargo;
+        stand.ramp = scanned.ramp;
+        stand.heli = scanned.heli;
+    }
+    return data;
+}
+
 void lf_generateApf(ScannedAirport& AIRPORT)
 {
     if (AIRPORT.stands.empty()) return;
@@ -142,7 +168,7 @@ void lf_generateApf(ScannedAirport& AIRPORT)
         const std::lock_guard guard(scanMutex); // two files of one airport write one stand file
         std::error_code failed;
         fs::create_directories(folder, failed);
-        written = lf_writeGeneratedApf(AIRPORT, path);
+        written = gf_saveApf(lf_generatedData(AIRPORT), path, true);
     }
     if (!written)
         lf_scanLog(fmt::format("{}Generating {} did not succeed", "===> ", path.string()));

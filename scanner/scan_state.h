@@ -4,6 +4,8 @@
 
 #include "scanner/bgl_reader.h"
 
+#include "parking/stands.h"
+
 #include <atomic>
 #include <filesystem>
 #include <mutex>
@@ -46,8 +48,8 @@ bool lf_nameMatches(const std::string& TEXT, const std::string& NAME);
 bool lf_recogniseAirport(ScannedAirport& AIRPORT, int& ARCHIVED_COUNT, const std::string& PATH);
 void lf_generateApf(ScannedAirport& AIRPORT);
 void lf_notRecognised(const std::string& PATH);
-/// Writes the generated stand file of AIRPORT (stands sorted) to PATH.
-bool lf_writeGeneratedApf(const ScannedAirport& AIRPORT, const std::filesystem::path& PATH);
+/// The stand file's facts of a read airport: its stands, no options.
+ParkAirportData lf_generatedData(const ScannedAirport& AIRPORT);
 /// The reading's sink of the scan: links, generated files, the log.
 struct ScanSink : BglSink {
     bool recognise(ScannedAirport& AIRPORT, int& ARCHIVED_COUNT, const std::string& PATH) override;

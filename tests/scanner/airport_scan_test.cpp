@@ -8,6 +8,8 @@
 #include "liveries/dbase.h"
 #include "liveries/scan_driver.h"
 #include "parking/airport_db.h"
+#include "parking/airport_files.h"
+#include "parking/park_airports.h"
 
 #include "core/folders.h"
 #include "core/parameters.h"
@@ -15,8 +17,10 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <cstdlib>
 #include <pugixml.hpp>
+#include <tuple>
 
 namespace orv {
 namespace {
@@ -50,6 +54,9 @@ protected:
         scanTaskLimit = 2;
         airportList.clear();
         lf_indexAirports();
+        standTable.clear(); // the stand files read back
+        parkIcao.clear();
+        parkAirportReady = false;
     }
 };
 
@@ -192,6 +199,52 @@ TEST_F(AirportScan, DemoSceneryIsScannedIntoTheDemoStands)
     EXPECT_EQ(stands, "D2 52.309300 4.762800 230.0 30.0;D4 52.309900 4.761800 230.0 30.0;D6 52.310500 4.760800 230.0 30.0;"
                       "D8 52.311100 4.759800 230.0 30.0;E2 52.307800 4.766300 140.0 30.0;E4 52.307200 4.767300 140.0 30.0;");
     EXPECT_EQ(generated(myThirdpartyFolder / "EHAM.xml", "altitude"), "6 -11");
+}
+
+TEST_F(AirportScan, GeneratedFileReadsBackIntoTheStandTable)
+{
+    // Every kind of spot the BGL file has, with the edge values of its numbers.
+    test::BglAirport a;
+    a.icao = "EHXG";
+    a.altitudeMm = -3353;
+    struct Row {
+        test::BglSpot spot;
+        std::string name;
+        bool cargo, ramp;
+        double headingDeg;
+    };
+    const std::vector<Row> rows{
+        {{10, 1, 9, 20.0f, 90.0f, 52.301234, 4.761234}, "g1", false, false, 90.0},
+        {{12, 7, 5, 25.5f, 0.0f, -33.9, -18.6}, "A7", true, true, 360.0},
+        {{13, 4095, 1, 12.0f, 359.5f, 52.3, 4.7}, "B4095", false, true, 359.5},
+    };
+    for (const auto& row : rows) a.spots.push_back(row.spot);
+    a.helipads.push_back({52.31, 4.77, 30.0f});
+    writeFile("Community/nobody-pack/scenery/x.bgl", test::gf_bglOfAirports({a}));
+    scanFor2020 = true;
+    ASSERT_TRUE(lf_scanAirportFolders({"Community"}));
+
+    QualityFactor qf;
+    ParkAirportData data;
+    parkIcao = "EHXG";
+    ASSERT_EQ(gf_readApf((myThirdpartyFolder / "EHXG.xml").string(), data, qf), "");
+    EXPECT_EQ(data.altitude, -11);
+    EXPECT_EQ(data.publisher, "unknown");
+    EXPECT_EQ(qf, (QualityFactor{-1, -1})); // a generated file has no options
+    ASSERT_EQ(standTable.size(), rows.size() + 1);
+    for (const auto& row : rows) {
+        const auto stand = std::find_if(standTable.begin(), standTable.end(), [&](const Stand& S) { return S.name == row.name; });
+        ASSERT_NE(stand, standTable.end()) << row.name;
+        EXPECT_NEAR(stand->lat, row.spot.lat, 1e-6) << row.name;
+        EXPECT_NEAR(stand->lon, row.spot.lon, 1e-6) << row.name;
+        EXPECT_NEAR(stand->heading / radPerDegreeOfFile, row.headingDeg, 0.05) << row.name;
+        EXPECT_NEAR(stand->radius / nmPerMetreOfFile, row.spot.radiusM, 0.05) << row.name;
+        EXPECT_EQ(std::tuple(stand->cargo, stand->ramp, stand->heli, stand->options.empty()),
+                  std::tuple(row.cargo, row.ramp, false, true)) << row.name;
+    }
+    const Stand& helipad = standTable.back();
+    EXPECT_EQ(std::tuple(helipad.name, helipad.heli, helipad.cargo), std::tuple(std::string("helipad1"), true, false));
+    EXPECT_NEAR(helipad.radius / nmPerMetreOfFile, 15.0, 0.05);
 }
 
 TEST_F(AirportScan, ExclusionsAndPublisherNames)
