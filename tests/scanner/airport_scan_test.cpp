@@ -19,6 +19,8 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <pugixml.hpp>
 #include <tuple>
 
@@ -183,22 +185,50 @@ TEST_F(AirportScan, UnresolvedAirportsOf2024FindTheirCodeOrAreLost)
     EXPECT_EQ(tbloCount, 2);
 }
 
-TEST_F(AirportScan, DemoSceneryIsScannedIntoTheDemoStands)
+/// The stand table read from PATH as "NAME LAT LON HEADING RADIUS OPTIONS" lines.
+std::string standTableOf(const std::string& PATH)
 {
-    const std::string tool = (test::buildDir() / "tavo-demo-scenery").string();
-    ASSERT_EQ(std::system((tool + " Community").c_str()), 0);
-    scanFor2020 = true;
-    EXPECT_TRUE(lf_scanAirportFolders({"Community"}));
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_file((myThirdpartyFolder / "EHAM.xml").c_str()));
-    std::string stands;
-    for (const auto& p : doc.select_nodes("/parkpositions/parkpos"))
-        stands += fmt::format("{} {} {} {} {};", p.node().attribute("id").value(), p.node().attribute("latitude").value(),
-                              p.node().attribute("longitude").value(), p.node().attribute("heading").value(),
-                              p.node().attribute("radius").value());
-    EXPECT_EQ(stands, "D2 52.309300 4.762800 230.0 30.0;D4 52.309900 4.761800 230.0 30.0;D6 52.310500 4.760800 230.0 30.0;"
-                      "D8 52.311100 4.759800 230.0 30.0;E2 52.307800 4.766300 140.0 30.0;E4 52.307200 4.767300 140.0 30.0;");
-    EXPECT_EQ(generated(myThirdpartyFolder / "EHAM.xml", "altitude"), "6 -11");
+    QualityFactor qf;
+    ParkAirportData data;
+    parkIcao = "EHAM";
+    const std::string failure = gf_readApf(PATH, data, qf);
+    std::string table = failure.empty() ? "" : "failed: " + failure + "\n";
+    for (const Stand& s : standTable)
+        table += fmt::format("{} {:.4f} {:.4f} {:.0f} {:.0f} {}\n", s.name, s.lat, s.lon, s.heading / radPerDegreeOfFile,
+                             s.radius / nmPerMetreOfFile, s.options.size());
+    return table;
+}
+
+TEST_F(AirportScan, DemoProgramFolderGivesEveryDemoStandWithOptions)
+{
+    // The demo's one stand list, as every file of the demo airport should give it back.
+    const fs::path source = TAVO_SOURCE_DIR;
+    std::ifstream list(source / "demo/stands.txt");
+    std::string expected;
+    for (std::string line; std::getline(list, line);) {
+        std::istringstream in(line);
+        std::string name;
+        double lat = 0, lon = 0, heading = 0;
+        if (in >> name >> lat >> lon >> heading && name.front() != '#')
+            expected += fmt::format("{} {:.4f} {:.4f} {:.0f} 36 4\n", name, lat, lon, heading);
+    }
+    ASSERT_NE(expected, "");
+    writeFile("input/airports_msfs.xml", "<airports/>");
+    writeFile("input/airports_msfs_names.xml", R"(<AirportNames><airport ICAO="EHAM" name="Schiphol"/></AirportNames>)");
+    airportNames = {{"EHAM", "Schiphol"}};
+    const std::string makeData = fmt::format("{} {} {} >/dev/null", (source / "demo/make-data").string(),
+                                             test::buildDir().string(), temp.path().string());
+    ASSERT_EQ(std::system(makeData.c_str()), 0);
+    scanFor2020 = MSFS_2020.value = true;
+    DOWNLOAD_URL.value = "file://" + (temp.path() / "downloads").string() + "/";
+    EXPECT_TRUE(lf_scanAirportFolders({"sim/Community"}));
+
+    // The generated file outranks the stock archive; the learned file beside it brings the options.
+    const std::string main = gf_findAirportFile("EHAM");
+    EXPECT_EQ(main, (myThirdpartyFolder / "EHAM.xml").string());
+    EXPECT_EQ(standTableOf(main), expected);
+    EXPECT_EQ(log.text().find("not found?"), std::string::npos) << "every learned stand is a generated one";
+    EXPECT_EQ(standTableOf("archive/stock/EHAM.xml"), expected);
 }
 
 TEST_F(AirportScan, GeneratedFileReadsBackIntoTheStandTable)
