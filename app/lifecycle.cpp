@@ -158,8 +158,14 @@ void gf_installAnswers()
 {
     simAnswers.userTitle = [](const std::string& TITLE) { lf_userTitleReply(TITLE.c_str()); };
     simAnswers.userModel = [](const std::string& MODEL) { lf_userModelReply(MODEL.c_str()); };
-    parkingCalls.parkAirportElevation = &gf_parkAirportElevation;
-    parkingCalls.parkAirportWithin = &gf_parkAirportWithin;
+    gf_fillParkingCalls(parkingCalls);
+    simAnswers.userStand = [](double LAT, double LON) {
+        UserPosition position;
+        position.lat = LAT;
+        position.lon = LON;
+        return gf_userStand(position);
+    };
+    simAnswers.storeUserStand = &gf_storeUserStand;
 }
 
 void lf_startUpTAVO()

@@ -6,6 +6,7 @@
 // user's own package with an IVAO part, every encoding, and a few faulty
 // files so that the error reports have something to show.
 //   tavo-demo-liveries COMMUNITY_FOLDER
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -117,6 +118,32 @@ std::vector<AircraftFile> lf_trafficPackage()
     };
 }
 
+/// The airlines and airliner types that tavo-service --generate flies (its
+/// tables kAirlines, kMediumTypes and kHeavyTypes): every pair has a paint,
+/// so that every generated flight finds a livery. The light types fly
+/// without airline and take the user package's paints.
+const char* const generatorAirlines[] = {"KLM", "BAW", "DLH", "AFR", "EZY", "RYR", "SAS", "IBE", "UAE", "TAP"};
+const char* const generatorTypes[] = {"A320", "A20N", "A321", "B738", "B38M", "E190", "E295", "A319",
+                                      "B77W", "A333", "B789", "A359"};
+
+/// The traffic package with a paint of every generated airline on every generated type.
+std::vector<AircraftFile> lf_coverGenerator(std::vector<AircraftFile> FILES)
+{
+    const fs::path aig = "aig-aitraffic-oci-demo/SimObjects/Airplanes";
+    for (const char* type : generatorTypes) {
+        auto file = std::find_if(FILES.begin(), FILES.end(), [type](const AircraftFile& F) { return F.model == type; });
+        if (file == FILES.end()) {
+            FILES.push_back({aig / fmt::format("AIG_{}", type), type, "", fmt::format("AIG {}", type), {}});
+            file = FILES.end() - 1;
+        }
+        for (const char* airline : generatorAirlines)
+            if (std::none_of(file->liveries.begin(), file->liveries.end(),
+                             [airline](const Livery& L) { return L.airline == airline; }))
+                file->liveries.push_back({airline, "", false, ""});
+    }
+    return FILES;
+}
+
 std::vector<AircraftFile> lf_baseContainerPackage()
 {
     using E = AircraftFile::Encoding;
@@ -183,7 +210,7 @@ int main(int argc, char** argv)
     }
     const fs::path community = argv[1];
     int files = 0;
-    for (const auto& list : {lf_trafficPackage(), lf_baseContainerPackage(), lf_userPackage()})
+    for (const auto& list : {lf_coverGenerator(lf_trafficPackage()), lf_baseContainerPackage(), lf_userPackage()})
         for (const auto& file : list) {
             lf_writeFile(community, file);
             ++files;

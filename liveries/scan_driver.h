@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,12 @@ void lf_searchLiveries(std::uint32_t LFOLDER, const std::filesystem::path& FOLDE
 /// The words are looked for below the scanned folder only (from ROOT_LENGTH on):
 /// a user whose own folders are named "airports" still has liveries.
 bool gf_excludedFromWalk(const std::string& PATH, std::size_t ROOT_LENGTH = 0);
+/// Whether a walk goes on with ENTRY. Add-on managers put packages into the
+/// Community folder as directory links (junctions on Windows): a link is
+/// followed unless its target is missing (logged), lies above the link (a
+/// cycle, logged) or was walked through another link already. FOLLOWED holds
+/// the targets walked so far in this walk. Any other entry goes on.
+bool gf_followLink(const std::filesystem::directory_entry& ENTRY, std::set<std::filesystem::path>& FOLLOWED);
 /// A regular file named aircraft.cfg in any case.
 bool gf_isAircraftCfg(const std::filesystem::directory_entry& ENTRY);
 /// The number of the present folder of the scan (a livery's lfolder), from 1, at most 10.

@@ -1,4 +1,5 @@
-// Which folders a scan walks, and the walk of one folder: each aircraft.cfg
+// Which folders a scan walks, and the walk of one folder (through directory
+// links, never round a cycle of them): each aircraft.cfg
 // is read by a worker of the pool, and the results are taken back in the
 // order the files were found.
 #include "liveries/cfg_keys.h"
@@ -138,6 +139,27 @@ bool gf_excludedFromWalk(const std::string& PATH, std::size_t ROOT_LENGTH)
     return false;
 }
 
+bool gf_followLink(const fs::directory_entry& ENTRY, std::set<fs::path>& FOLLOWED)
+{
+    std::error_code failed;
+    if (!ENTRY.is_symlink(failed)) return true;
+    const fs::path target = fs::canonical(ENTRY.path(), failed);
+    if (failed) {
+        gf_log(fmt::format("! link {} leads to {}, which does not exist", ENTRY.path().string(),
+                           fs::read_symlink(ENTRY.path(), failed).string()));
+        return false;
+    }
+    if (!fs::is_directory(target, failed)) return true; // a linked file is read as a file
+    const fs::path parent = fs::canonical(ENTRY.path().parent_path(), failed);
+    if (failed) return false;
+    // A link to a folder above itself would take the walk round for ever.
+    if (std::mismatch(target.begin(), target.end(), parent.begin(), parent.end()).first == target.end()) {
+        gf_log(fmt::format("! link {} leads back to {}, not followed", ENTRY.path().string(), target.string()));
+        return false;
+    }
+    return FOLLOWED.insert(target).second;
+}
+
 bool gf_isAircraftCfg(const fs::directory_entry& ENTRY)
 {
     std::error_code failed;
@@ -152,10 +174,15 @@ void lf_searchLiveries(std::uint32_t LFOLDER, const fs::path& FOLDER, std::vecto
     const std::size_t window = workers * pendingPerWorker;
     std::deque<std::future<Results>> pending;
     const std::size_t root = FOLDER.string().size();
+    std::set<fs::path> followed;
+    constexpr auto options = fs::directory_options::skip_permission_denied | fs::directory_options::follow_directory_symlink;
     try {
-        for (fs::recursive_directory_iterator it(FOLDER, fs::directory_options::skip_permission_denied), end; it != end;
-             ++it) {
+        for (fs::recursive_directory_iterator it(FOLDER, options), end; it != end; ++it) {
             try {
+                if (!gf_followLink(*it, followed)) {
+                    it.disable_recursion_pending();
+                    continue;
+                }
                 if (gf_excludedFromWalk(it->path().string(), root)) it.disable_recursion_pending();
                 if (!gf_isAircraftCfg(*it)) continue;
                 pending.push_back(pool.submit<Results>([path = it->path(), LFOLDER] { return lf_fileTask(path, LFOLDER); }));

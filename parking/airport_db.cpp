@@ -2,6 +2,7 @@
 // airportList, and airports_msfs_names.xml, read by the airport scan; the
 // label by which the logs show an airport.
 #include "parking/airport_db.h"
+#include "parking/parking.h"
 
 #include "core/errors.h"
 #include "core/log.h"
@@ -109,18 +110,11 @@ bool lf_readAirportNames()
     return !airportNames.empty();
 }
 
+void gf_readAirportDatabase() { gf_readAirports(); }
+
 std::string gf_airportLabel(const std::string& FIRST, const std::string& SECOND)
 {
     return SECOND.empty() ? FIRST : fmt::format("{} ({})", FIRST, SECOND);
-}
-
-// The airport files with their stands are not read yet: every airport answers
-// as one whose file is missing (100.0), so of two airports within range the
-// closest one always wins.
-double gf_readDestApfForClosestStand(const std::string& /*ICAO*/, const LatLon& /*POS*/, std::string& STAND_NAME)
-{
-    STAND_NAME.clear();
-    return 100.0;
 }
 
 } // namespace orv

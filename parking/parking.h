@@ -6,9 +6,13 @@
 #include <string>
 
 #include "core/geometry.h"
+#include "core/user_position.h"
 #include "traffic/act.h"
 
 namespace orv {
+
+struct ParkingCalls;
+struct Stand;
 
 /// Reads airports/my_park_airports.txt; a message for the status line, or empty.
 std::string lf_readParkAirports();
@@ -16,6 +20,24 @@ std::string lf_readParkAirports();
 void gf_readAirportDatabase();
 /// Chooses the park airport near the user (FIRST at the start of mainLoop).
 void gf_userAirportCheck(bool FIRST);
+/// The name of the stand under the user's aircraft at POSITION (within 55 m,
+/// occupied or not); empty off the ground or without stands. Any thread.
+std::string gf_userStand(const UserPosition& POSITION);
+/// Parking's answers to the engine, installed by the spine.
+void gf_fillParkingCalls(ParkingCalls& CALLS);
+/// A freighter parked at a stand without the cargo mark: the stand gets it (logged, counted).
+void gf_setCargoStand(Stand& STAND, const act& RECORD);
+/// Publishes the stands' names and positions for gf_userStand (the stand table changed).
+void lf_publishStandSpots();
+/// Any thread: the stand the user's aircraft stood still at, for the main thread to keep.
+void gf_storeUserStand(const std::string& STAND);
+/// Main thread: the stand gf_storeUserStand remembered; empty when none.
+std::string lf_takeStoredUserStand();
+/// The user's aircraft stands still on a stand of the park airport other than
+/// its reserved one: that stand becomes the reserved one, in the list and the file.
+void lf_rememberUserStand();
+/// Sets or clears the reserved mark of the stand reservedStandName.
+void lf_markReserved(bool RESERVED);
 /// A park airport is set and its stand table has stands.
 bool gf_parkAirportHasStands();
 /// Clears the stand reserved for the user aircraft of parked aircraft.

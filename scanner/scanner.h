@@ -3,7 +3,8 @@
 
 namespace orv {
 
-/// Scans the add-on folders for airports and writes their stand files.
+/// Scans the add-on folders for airports and writes their link and stand
+/// files; sets SCAN_AIRPORTS off at its end. Main thread, at start-up.
 void gf_scanAirports();
 
 } // namespace orv

@@ -121,6 +121,22 @@ TEST_F(Scan, WalkTakesAircraftCfgInAnyCaseAndSkipsExcludedBranches)
     EXPECT_EQ(titles(walk("my-airport-pack"), true), (std::vector<std::string>{"below", "top"}));
 }
 
+TEST_F(Scan, WalkFollowsFolderLinksOnceAndLogsBrokenOnesWithoutLooping)
+{
+    plant("elsewhere/pkg/aircraft.cfg", "linked");
+    plant("c/own/aircraft.cfg", "own");
+    fs::create_directories("c/deeper");
+    fs::create_directory_symlink(fs::absolute("elsewhere/pkg"), "c/pkg-link");
+    fs::create_directory_symlink(fs::absolute("elsewhere/pkg"), "c/deeper/second-link");
+    fs::create_directory_symlink(fs::absolute("c"), "c/deeper/loop");
+    fs::create_directory_symlink("../elsewhere", "elsewhere/pkg/up"); // a cycle through the linked folder
+    fs::create_directory_symlink(fs::absolute("gone"), "c/broken");
+    EXPECT_EQ(titles(walk("c"), true), (std::vector<std::string>{"linked", "own"}));
+    const std::string text = log.text();
+    EXPECT_NE(text.find("! link c/broken leads to " + fs::absolute("gone").string() + ", which does not exist"), std::string::npos);
+    EXPECT_NE(text.find("! link c/deeper/loop leads back to"), std::string::npos);
+}
+
 TEST_F(Scan, ResultsKeepTheOrderOfFinding)
 {
     for (int i = 0; i < 60; ++i)
@@ -400,6 +416,10 @@ TEST_F(Scan, TheDemoDataOfOurToolsIsReadAndScannedAsAtAStart)
     EXPECT_TRUE(catalogue.contains("KLC")) << "the IVAO part and the operator of the regional arm";
     EXPECT_TRUE(catalogue.contains("ZZZ")) << "paints without an airline";
     EXPECT_TRUE(genericCargo.contains("B744"));
+    // Every airline on every airliner that the traffic generator flies has a paint.
+    for (const char* airline : {"KLM", "BAW", "DLH", "AFR", "EZY", "RYR", "SAS", "IBE", "UAE", "TAP"})
+        for (const char* model : {"A320", "A20N", "A321", "B738", "B38M", "E190", "E295", "A319", "B77W", "A333", "B789", "A359"})
+            EXPECT_TRUE(catalogue.contains(airline) && catalogue.at(airline).contains(model)) << airline << " " << model;
     if (std::getenv("TAVO_SHOW_DEMO_LOG")) std::cout << log.text() << test::readFile(errorsFolder / "IncompleFltsimSections.txt");
 }
 
