@@ -94,7 +94,9 @@ bool lf_altitudeOnGround(const act& RECORD, TrackPoint& P, double DT, double SPE
 /// aircraft's position noise makes it disagree.
 void lf_checkSpeed(FeedEvidence& E, TrackPoint& P, double T, double SHORT_KT, double LONG_KT)
 {
-    const double positionKt = LONG_KT >= 0 ? LONG_KT : SHORT_KT;
+    // Standing, the long speed is the one noise does not fake; moving, the
+    // last step's follows an acceleration, which the long one lags.
+    const double positionKt = LONG_KT >= 0 && LONG_KT < standingKt ? LONG_KT : SHORT_KT;
     if (!P.speedKnown) {
         P.groundSpeed = positionKt;
         return;

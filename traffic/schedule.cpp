@@ -21,6 +21,7 @@ constexpr double wideTurnRateDivisor = 30.0;   ///< degrees: a wide turn quicken
 constexpr double fallbackLandingSpeedKt = 100.0;
 constexpr double fastestShare = 2.0;  ///< a leg is never run faster than this many times its own speed
 constexpr double slowestCapKt = 5.0;  ///< ... counting a standing one as this fast
+constexpr std::int64_t lagKeptDivisor = 2; ///< the share of a leg's lag against the data that the next leg keeps
 
 /// The fewest ticks the leg may take: twice the fastest of its points'
 /// speeds and the data's own pace, so that catching up, or a point that is
@@ -44,6 +45,10 @@ void lf_setDue(act& RECORD, double TICKS)
     std::int64_t want = now + static_cast<std::int64_t>(std::llround(TICKS));
     if (RECORD.predictedPoints <= 0) {
         const std::int64_t due = next.dueTick;
+        // The data's time is the truth: half of the way to it at each leg,
+        // so that an aircraft behind or ahead comes back onto its time
+        // instead of keeping its lag for as long as the window allows.
+        want = due + (want - due) / lagKeptDivisor;
         if (want > due + RECORD.slackAhead)
             want = due + RECORD.slackAhead;
         else

@@ -25,8 +25,10 @@ TEST_F(ScheduleTest, DueTimeStaysWithinTheSlackOfTheData)
         double ticks, northM, speedKt;
         std::int32_t expected;
     } cases[] = {
-        {"early is held back", now + 2000, 0, 500, 100, 10, now + 1000},
-        {"inside the window", now + 2000, 0, 1500, 100, 10, now + 1500},
+        // Half of the way from the time distance and speed give to the data's time, within the window.
+        {"early is held back", now + 2000, 0, 500, 100, 10, now + 1250},
+        {"inside the window", now + 2000, 0, 1500, 100, 10, now + 1750},
+        {"early beyond the window", now + 4000, 0, 1000, 100, 10, now + 3000},
         {"late is pulled forward", now + 2000, 0, 4000, 100, 10, now + 3000},
         {"a predicted point has no window", now + 2000, 1, 500, 100, 40, now + 500},
         {"never before now", now - 5000, 0, 25, 0, 10, now},
