@@ -129,6 +129,7 @@ TEST(FollowRun, RealAndNoisyFlightsAreFollowed)
     int phantom = 0;
     for (const FollowFigures& f : result.flights) phantom += f.phantomAirS;
     EXPECT_EQ(phantom, 0) << "no aircraft shown in the air while on the ground";
+    for (const FollowFigures* f : {&result.ground, &result.air}) EXPECT_GE(f->followedShare, 0.95) << f->name;
 }
 
 } // namespace
