@@ -35,6 +35,7 @@ enum LivePosition : std::size_t {
     posOrigin = 11,
     posDestination = 12,
     posCallsign = 13,
+    posOnGround = 14,
     posVerticalSpeed = 15,
     posSource = 17,
     posGeoAlt = 18,
@@ -96,9 +97,11 @@ std::optional<double> lf_heading(const nlohmann::json& LINE)
     return std::nullopt;
 }
 
-/// The altitude corrected for QNH, 0 on the ground.
+/// The altitude corrected for QNH, 0 on the ground. An unknown GROUND_SPEED
+/// proves no slow roll: only the height, or the source's on-ground flag near
+/// the field, puts such a line on the ground.
 double lf_altitude(const nlohmann::json& LINE, std::int32_t QNH, const std::optional<double>& ELEVATION,
-                   double GROUND_SPEED)
+                   std::optional<double> GROUND_SPEED, std::int8_t GROUND_FLAG)
 {
     const double input = gf_numberAt(LINE, posBaroAlt).value_or(gf_numberOr0(LINE, posGeoAlt));
     if (!(input > 0)) return 0;
@@ -106,12 +109,21 @@ double lf_altitude(const nlohmann::json& LINE, std::int32_t QNH, const std::opti
     if (altitude > 0 && altitude < groundAltitudeCeilingFt) {
         const double above = ELEVATION ? altitude - *ELEVATION : altitude + unknownFieldAboveFt;
         const bool ground = above <= 0 || std::any_of(groundRules.begin(), groundRules.end(), [&](const GroundRule& R) {
-                                return above <= R.aboveFt && GROUND_SPEED <= R.speedKt;
+                                return above <= R.aboveFt && (GROUND_SPEED ? *GROUND_SPEED <= R.speedKt : GROUND_FLAG == 1);
                             });
         if (ground) altitude = 0;
     }
-    if (GROUND_SPEED <= taxiSpeedKt) altitude = 0;
+    if (GROUND_SPEED && *GROUND_SPEED <= taxiSpeedKt) altitude = 0;
     return altitude;
+}
+
+/// The source's on-ground flag: 1, 0, or -1 when it gives none.
+std::int8_t lf_groundFlag(const nlohmann::json& LINE)
+{
+    const nlohmann::json& flag = gf_fieldAt(LINE, posOnGround);
+    if (flag.is_boolean()) return flag.get<bool>() ? 1 : 0;
+    if (flag.is_number()) return flag.get<double>() != 0 ? 1 : 0;
+    return -1;
 }
 
 /// The callsign: false drops the line; a callsign that is no callsign is emptied.
@@ -175,8 +187,11 @@ bool lf_decodeLive(RtClient& C, TrafficLine& OUT)
     p.headingValid = p.heading.has_value();
     OUT.hexid = gf_hexid(gf_textAt(line, posHexid));
     if (OUT.hexid <= lowestHexid) return false;
-    p.groundSpeed = gf_numberOr0(line, posGroundSpeed);
-    p.altitude = lf_altitude(line, C.qnh, C.airportElevation, p.groundSpeed);
+    const std::optional<double> groundSpeed = gf_numberAt(line, posGroundSpeed);
+    p.groundSpeed = groundSpeed.value_or(0);
+    p.speedKnown = groundSpeed.has_value();
+    p.groundFlag = lf_groundFlag(line);
+    p.altitude = lf_altitude(line, C.qnh, C.airportElevation, groundSpeed, p.groundFlag);
     p.airborne = p.altitude > 0;
     if (p.airborne && view.autoRangeActive && view.park.ready
         && p.altitude - C.airportElevation.value_or(0) > parkNearAutoRangeFt) {
@@ -195,8 +210,10 @@ bool lf_decodeLive(RtClient& C, TrafficLine& OUT)
         return false;
     }
     p.track = gf_numberOr0(line, posTrack);
-    if (p.track == 0 && p.heading) p.track = *p.heading * radToDeg;
+    p.trackKnown = gf_numberAt(line, posTrack).has_value();
+    if (p.track == 0 && p.heading) p.track = *p.heading * radToDeg, p.trackKnown = true;
     p.verticalSpeed = gf_numberOr0(line, posVerticalSpeed);
+    p.verticalSpeedKnown = gf_numberAt(line, posVerticalSpeed).has_value();
     OUT.origin = lf_placeOf(line, posOrigin);
     OUT.destination = lf_placeOf(line, posDestination);
     if (p.airborne) {

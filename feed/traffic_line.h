@@ -25,6 +25,10 @@ struct TrackPoint {
     bool airborne = false;
     bool stationary = false;  ///< this point is a stop
     bool headingValid = false; ///< heading came from the source and may be used as is
+    /// The source gave these values; an unknown one reads 0 above and is
+    /// worked out from positions and times where a rule needs it.
+    bool speedKnown = true, trackKnown = true, verticalSpeedKnown = true;
+    std::int8_t groundFlag = -1; ///< the source's on-ground flag: 1 on the ground, 0 in the air, -1 not given
 };
 
 struct TrafficLine {

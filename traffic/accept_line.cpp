@@ -4,6 +4,7 @@
 #include "core/parameters.h"
 #include "liveries/dbase.h"
 #include "traffic/engine_parts.h"
+#include "traffic/line_evidence.h"
 
 #include <cmath>
 #include <random>
@@ -31,34 +32,46 @@ double lf_trackDiffDeg(double A, double B)
     return d > 180.0 ? 360.0 - d : d;
 }
 
-/// A line that adds nothing, or whose speed does not fit the last point.
-bool lf_dropForLastPoint(const TrafficLine& LINE, const act& RECORD)
+/// Why a line is not taken against its record's last point.
+enum class LineVerdict { take, tooSoon, speedJump, addsNothing };
+
+/// A line that comes too soon, whose speed does not fit the last point, or that adds nothing.
+LineVerdict lf_verdictForLastPoint(const TrafficLine& LINE, const act& RECORD)
 {
     const TrackPoint& last = RECORD.track.back();
     const double gap = LINE.timestamp - RECORD.lastTimestamp;
     const double s0 = last.groundSpeed, s1 = LINE.point.groundSpeed;
-    if (gap <= 1.0) return true;
-    if ((s0 > 5 && s1 >= 10 * s0) || (s1 > 5 && s0 >= 10 * s1)) return true;
-    if ((s0 <= 5 && s1 >= 80) || (s1 <= 5 && s0 >= 80)) return true;
-    if (RECORD.predictedPoints > 0) return false;
+    if (gap <= 1.0) return LineVerdict::tooSoon;
+    if ((s0 > 5 && s1 >= 10 * s0) || (s1 > 5 && s0 >= 10 * s1)) return LineVerdict::speedJump;
+    if ((s0 <= 5 && s1 >= 80) || (s1 <= 5 && s0 >= 80)) return LineVerdict::speedJump;
+    if (RECORD.predictedPoints > 0) return LineVerdict::take;
     const double trackDiff = lf_trackDiffDeg(LINE.point.track, last.track);
     // A straight, fast leg: a point closer than 450 m in time is of no use.
-    if (LINE.point.airborne && s1 > 120 && trackDiff <= 1.0 && lf_secondsFor(450, s1) >= gap) return true;
+    if (LINE.point.airborne && s1 > 120 && trackDiff <= 1.0 && lf_secondsFor(450, s1) >= gap) return LineVerdict::addsNothing;
     if (!LINE.point.airborne && s1 <= 30 && trackDiff <= 2.0) {
         const double limit = s1 <= 0 ? 15.0 : std::min(lf_secondsFor(20, s1), 15.0);
-        if (gap <= limit) return true;
+        if (gap <= limit) return LineVerdict::addsNothing;
     }
-    return false;
+    return LineVerdict::take;
 }
 
 void lf_lineForAct(const TrafficLine& LINE, act& RECORD)
 {
     if (RECORD.state == ActState::recreating || RECORD.state == ActState::removing) return;
-    if (!RECORD.track.empty() && lf_dropForLastPoint(LINE, RECORD)) return;
-    if (RECORD.state == ActState::waiting && !gf_farFromField(LINE)) return;
-    if (!lf_identityUpdate(LINE, RECORD)) return;
-    RECORD.lastTimestamp = LINE.timestamp;
-    lf_addTrackPoint(RECORD, LINE.point);
+    TrafficLine line = LINE;
+    if (!RECORD.track.empty()) {
+        if (!lf_evidenceTakes(RECORD, line)) return;
+        // A refused line must not refuse all later ones: lines that agree
+        // with each other are followed again.
+        const LineVerdict verdict = lf_verdictForLastPoint(line, RECORD);
+        if (verdict == LineVerdict::speedJump && !lf_reanchor(RECORD, line)) return;
+        if (verdict == LineVerdict::tooSoon || verdict == LineVerdict::addsNothing) return;
+        RECORD.evidence.refusedRun = 0;
+    }
+    if (RECORD.state == ActState::waiting && !gf_farFromField(line)) return;
+    if (!lf_identityUpdate(line, RECORD)) return;
+    RECORD.lastTimestamp = line.timestamp;
+    lf_addTrackPoint(RECORD, line.point);
 }
 
 bool lf_classPasses(ModelCategory CATEGORY)
@@ -102,7 +115,9 @@ void lf_newFromLine(const TrafficLine& LINE)
     lf_setClassFields(record, static_cast<std::int32_t>(category), lf_randomSign(), lf_randomSign());
     record.wingspan = gf_halfWingspan(type);
     record.lastTimestamp = LINE.timestamp;
-    record.track.push_back(LINE.point);
+    TrafficLine first = LINE;
+    lf_evidenceTakes(record, first);
+    record.track.push_back(first.point);
 }
 
 } // namespace

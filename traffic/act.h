@@ -10,6 +10,7 @@
 #include "core/sim_messages.h"
 #include "feed/traffic_line.h"
 #include "sim/sim_link.h"
+#include "traffic/feed_evidence.h"
 #include "traffic/track_queue.h"
 
 #include <cmath>
@@ -116,6 +117,7 @@ struct act : ActCore {
     bool landing = false, justLanded = false, towed = false, climbConfigSet = false, takeoffRoll = false;
     bool highLights = false, lowLights = false, noseLowering = false, rollout = false, standLeft = false;
     bool turning = false;
+    FeedEvidence evidence; ///< what the feed showed beyond the track
 
     /// Every change of phase keeps the old one.
     void setPhase(Phase NEW_PHASE)

@@ -58,7 +58,11 @@ void lf_takeoffStart(act& RECORD, const TrackPoint& POINT)
     if (!RECORD.onGround || RECORD.state != ActState::active || RECORD.takeoffRoll) return;
     const TrackPoint& last = RECORD.track.back();
     if (!RECORD.rollout) {
-        const bool fast = POINT.groundSpeed >= rollStartKt && last.groundSpeed >= rollStartKt;
+        // A speed that the positions do not bear out (one frozen since the
+        // landing) starts no take-off, nor does a run that slows down (a
+        // track that begins on the runway in the roll-out).
+        const bool confirmed = RECORD.evidence.disagreeSince == 0 && POINT.groundSpeed >= last.groundSpeed;
+        const bool fast = confirmed && POINT.groundSpeed >= rollStartKt && last.groundSpeed >= rollStartKt;
         if ((POINT.airborne || fast) && RECORD.phase == Phase::moving) lf_startTakeoff(RECORD);
         return;
     }

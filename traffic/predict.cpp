@@ -24,11 +24,14 @@ constexpr std::int32_t landingKeepSpeedBelow = 4;
 constexpr double landingSinkFpm = -667.0, landingSinkFtPerSecond = 10.005;
 constexpr double takeoffClimbFpm = 1500.0, takeoffClimbFtPerSecond = 25.0;
 
-/// Another moving aircraft on the ground too close to hold beside.
+/// Another aircraft standing on the ground too close to hold beside. One
+/// that passes by, or whose data jitters round its place, is no reason to
+/// give up a hold: only one that holds there too is.
 bool lf_holdConflict(const act& RECORD)
 {
     for (const act& other : liveList) {
-        if (&other == &RECORD || other.state != ActState::active || !other.onGround || other.phase != Phase::moving)
+        if (&other == &RECORD || other.state != ActState::active || !other.onGround || other.phase != Phase::moving ||
+            !other.holding)
             continue;
         const double d = gf_distance(RECORD.lat, RECORD.lon, other.lat, other.lon);
         if (d < holdConflictFactor * (RECORD.wingspan + other.wingspan)) return true;

@@ -19,6 +19,23 @@ constexpr double spreadPerDegree = 10.0;       ///< small turns spread over more
 constexpr double spreadMetres = 30.0;          ///< ... and over about this much of its length
 constexpr double wideTurnRateDivisor = 30.0;   ///< degrees: a wide turn quickens by up to ang / 30
 constexpr double fallbackLandingSpeedKt = 100.0;
+constexpr double fastestShare = 2.0;  ///< a leg is never run faster than this many times its own speed
+constexpr double slowestCapKt = 5.0;  ///< ... counting a standing one as this fast
+constexpr std::int64_t lagKeptDivisor = 2; ///< the share of a leg's lag against the data that the next leg keeps
+
+/// The fewest ticks the leg may take: twice the fastest of its points'
+/// speeds and the data's own pace, so that catching up, or a point that is
+/// due already, never makes the aircraft jump.
+double lf_fewestTicks(const act& RECORD)
+{
+    const TrackPoint& front = RECORD.track[0];
+    const TrackPoint& next = RECORD.track[1];
+    const double distance = lf_legDistance(RECORD);
+    double fastest = std::max({front.groundSpeed, next.groundSpeed, slowestCapKt});
+    const double dataTicks = static_cast<double>(next.dueTick - front.dueTick);
+    if (dataTicks > 0) fastest = std::max(fastest, gf_legTicks(gf_distance(front.lat, front.lon, next.lat, next.lon), 1.0) / dataTicks);
+    return gf_legTicks(distance, fastestShare * fastest);
+}
 } // namespace
 
 void lf_setDue(act& RECORD, double TICKS)
@@ -28,11 +45,16 @@ void lf_setDue(act& RECORD, double TICKS)
     std::int64_t want = now + static_cast<std::int64_t>(std::llround(TICKS));
     if (RECORD.predictedPoints <= 0) {
         const std::int64_t due = next.dueTick;
+        // The data's time is the truth: half of the way to it at each leg,
+        // so that an aircraft behind or ahead comes back onto its time
+        // instead of keeping its lag for as long as the window allows.
+        want = due + (want - due) / lagKeptDivisor;
         if (want > due + RECORD.slackAhead)
             want = due + RECORD.slackAhead;
         else
             want = std::max<std::int64_t>(want, due - RECORD.slackBehind);
     }
+    want = std::max<std::int64_t>(want, now + static_cast<std::int64_t>(std::ceil(lf_fewestTicks(RECORD))));
     // A predicted leg has no window: an absurd one throws rather than wrap
     // round to a time long past.
     next.dueTick = gsl::narrow<std::int32_t>(std::max<std::int64_t>(want, now));

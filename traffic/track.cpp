@@ -24,6 +24,7 @@ constexpr std::int32_t shortStopTicks = 1500;
 constexpr double creepMetres = 22.0;
 constexpr int stopLookBackFirst = 2, stopLookBackLast = 6;
 constexpr double pushedBackFar = 6.0, pushedBackNear = 2.75; ///< times the half wing span
+constexpr double jumpReachShare = 1.5, jumpLeastKt = 5.0;
 
 double lf_offHeadingDeg(const act& RECORD, double COURSE)
 {
@@ -85,6 +86,18 @@ bool lf_byPhase(act& RECORD, TrackPoint& POINT)
     case Phase::pushedBack: return lf_pushedBackPoint(RECORD, POINT);
     default: return lf_otherPhases(RECORD, POINT);
     }
+}
+
+/// A point far from a hold that the aircraft could not have reached since the
+/// hold began at the point's speed. One it could have reached is where the
+/// data went while it had no coverage: the aircraft follows it.
+bool lf_holdEndsWithJump(const act& RECORD, const TrackPoint& POINT)
+{
+    const double metres = gf_distance(POINT.lat, POINT.lon, RECORD.track.front().lat, RECORD.track.front().lon) * metresPerNm;
+    if (metres <= HOLDING_THRESHOLD_METERS.value) return false;
+    const double seconds = std::max(POINT.dueTick - RECORD.holdStartTick, 0) / ticksPerSecond;
+    const double reachM = jumpReachShare * std::max(POINT.groundSpeed, jumpLeastKt) * metresPerNm / 3600.0 * seconds;
+    return metres > reachM;
 }
 
 } // namespace
@@ -228,9 +241,7 @@ void lf_addTrackPoint(act& RECORD, const TrackPoint& NEW_POINT)
         RECORD.track.push_back(NEW_POINT);
         return;
     }
-    if (RECORD.holding &&
-        gf_distance(NEW_POINT.lat, NEW_POINT.lon, RECORD.track.front().lat, RECORD.track.front().lon) * metresPerNm >
-            HOLDING_THRESHOLD_METERS.value) {
+    if (RECORD.holding && lf_holdEndsWithJump(RECORD, NEW_POINT)) {
         // A stop that ends with a jump: the aircraft was elsewhere meanwhile.
         RECORD.holding = false;
         RECORD.holdStartTick = 0;

@@ -9,13 +9,15 @@
 
 #include <fmt/format.h>
 
+#include "standin/service/noise.h"
 #include "standin/service/options.h"
 
 namespace {
 
 int lf_generate(const orv::ServiceOptions& OPTIONS)
 {
-    const orv::GeneratedTraffic traffic = orv::gf_generateTraffic(OPTIONS.generator);
+    orv::GeneratedTraffic traffic = orv::gf_generateTraffic(OPTIONS.generator);
+    if (OPTIONS.noise) traffic.recording = orv::gf_addNoise(traffic.recording, OPTIONS.generator.seed);
     orv::gf_writeLines(OPTIONS.generatePath, traffic.recording);
     fmt::print("{} lines of live traffic written to {}\n", traffic.recording.size(), OPTIONS.generatePath);
     if (!OPTIONS.parkedOutPath.empty()) {

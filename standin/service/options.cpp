@@ -38,6 +38,7 @@ Generating a recording:
   --airport ICAO  --elevation FT  --start EPOCH  --minutes M  --seed N
   --movements PER_HOUR  --overflights PER_HOUR  --interval SECONDS
   --parked-out FILE      parked aircraft for the stands the flights leave free
+  --noise                lay the faults of real feeds on the traffic (seeded by --seed)
 )";
 
 namespace {
@@ -193,6 +194,8 @@ ServiceOptions gf_parseOptions(const std::vector<std::string>& ARGS)
             options.help = true;
         } else if (arg == "--no-loop") {
             options.loop = false;
+        } else if (arg == "--noise") {
+            options.noise = true;
         } else if (const auto it = handlers.find(arg); it != handlers.end()) {
             if (i + 1 >= ARGS.size()) throw std::invalid_argument(fmt::format("{} needs a value", arg));
             it->second(options, ARGS[++i]);

@@ -25,6 +25,7 @@ struct ServiceOptions {
     std::string generatePath;
     std::string parkedOutPath;
     GeneratorSetup generator;
+    bool noise = false; ///< lay the faults of real feeds on the generated traffic
 };
 
 /// Reads the arguments after the program's name; throws std::invalid_argument

@@ -45,12 +45,7 @@ double lf_now() { return std::chrono::duration<double>(Clock::now().time_since_e
 /// The generated traffic: an hour round the demo airport, busy.
 GeneratedTraffic lf_traffic()
 {
-    GeneratorSetup setup;
-    setup.airport = "EHAM";
-    setup.elevationFt = e2eElevationFt;
-    setup.runwayLat1 = 52.3626, setup.runwayLon1 = 4.7118, setup.runwayLat2 = 52.3288, setup.runwayLon2 = 4.7112;
-    setup.stands = {{"D2", 52.3093, 4.7628, 230}, {"D4", 52.3099, 4.7618, 230}, {"D6", 52.3105, 4.7608, 230},
-                    {"D8", 52.3111, 4.7598, 230}, {"E2", 52.3078, 4.7663, 140}, {"E4", 52.3072, 4.7673, 140}};
+    GeneratorSetup setup = gf_e2eAirportSetup();
     setup.startTime = 1700000000;
     setup.minutes = 60;
     setup.seed = 11;

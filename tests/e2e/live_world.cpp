@@ -97,6 +97,17 @@ bool E2eCatalogue::anyFits(const std::string& AIRLINE, const std::string& MODEL)
     return std::any_of(liveries.begin(), liveries.end(), [&](const E2eLivery& L) { return fits(AIRLINE, MODEL, L); });
 }
 
+GeneratorSetup gf_e2eAirportSetup()
+{
+    GeneratorSetup setup;
+    setup.airport = "EHAM";
+    setup.elevationFt = e2eElevationFt;
+    setup.runwayLat1 = 52.3626, setup.runwayLon1 = 4.7118, setup.runwayLat2 = 52.3288, setup.runwayLon2 = 4.7112;
+    setup.stands = {{"D2", 52.3093, 4.7628, 230}, {"D4", 52.3099, 4.7618, 230}, {"D6", 52.3105, 4.7608, 230},
+                    {"D8", 52.3111, 4.7598, 230}, {"E2", 52.3078, 4.7663, 140}, {"E4", 52.3072, 4.7673, 140}};
+    return setup;
+}
+
 E2eCatalogue gf_e2eCatalogue()
 {
     E2eCatalogue c;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/user_position.h"
+#include "standin/service/generator.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,8 @@ namespace orv::test {
 /// The demo airport: runway 18R/36L, a row of stands, the user at one of them.
 inline constexpr double e2eElevationFt = -11;
 inline constexpr LatLon e2eUser{52.3117, 4.7588};
+/// The generator's view of the demo airport: its runway and row of stands.
+GeneratorSetup gf_e2eAirportSetup();
 
 /// One installed livery: its title is "E2E <airline> <model>".
 struct E2eLivery {

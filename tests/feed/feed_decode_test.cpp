@@ -81,6 +81,11 @@ const LiveCase liveCases[] = {
     {{{4, 90 + fieldFt}, {5, 80}}, keptOnGround, true},   {{{4, 91 + fieldFt}, {5, 80}}, "80 90.5 1.5882 -0.0436 175", true},
     {{{4, 120 + fieldFt}, {5, 43}}, keptOnGround, true},  {{{4, 121 + fieldFt}, {5, 43}}, "110 90.5 1.5882 -0.0436 175", true},
     {{{4, fieldFt}, {5, 200}}, keptOnGround, true},       {{{4, 8000 + fieldFt}, {5, 35}}, keptOnGround, true},
+    // An unknown speed proves no slow roll: only the height, or the on-ground flag near the field, grounds it.
+    {{{4, 100 + fieldFt}, {5, nullptr}}, "89 90.5 1.5882 -0.0436 175", true},
+    {{{4, 100 + fieldFt}, {5, nullptr}, {14, 1}}, keptOnGround, true},
+    {{{4, 2000 + fieldFt}, {5, nullptr}, {14, 1}}, "1989 90.5 1.5882 -0.0436 175", true},
+    {{{4, fieldFt}, {5, nullptr}}, keptOnGround, true},
     // Airspeed falls back by altitude.
     {{{4, 1500}, {20, nullptr}}, "1500 90.5 1.5882 -0.0436 180"},  {{{4, 2000}, {20, -1}}, "2000 90.5 1.5882 -0.0436 180"},
     {{{4, 2001}, {20, "fast"}}, "2001 90.5 1.5882 -0.0436 220"},   {{{4, 5000}, {20, nullptr}}, "5000 90.5 1.5882 -0.0436 220"},

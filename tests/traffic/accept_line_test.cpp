@@ -1,6 +1,8 @@
 // How traffic lines find their records, and the dispatch's messages.
 #include "core/flags.h"
 #include "core/parameters.h"
+#include "tests/liveries/dbase_fixture.h"
+#include "tests/support/temp_dir.h"
 #include "tests/traffic/harness.h"
 #include "traffic/engine.h"
 
@@ -54,6 +56,26 @@ TEST_F(AcceptLineTest, SpeedJumpIsDroppedAndComparedWithTheLastAcceptedPoint)
     lf_acceptLine(line(40002, 130, 25));
     EXPECT_EQ(record.track.size(), 2u);
     EXPECT_DOUBLE_EQ(record.lastTimestamp, 130);
+}
+
+TEST_F(AcceptLineTest, RefusedLinesThatAgreeWithEachOtherAreFollowedAgain)
+{
+    // The data goes on at 90 kt after a 3-knot point: refused twice, then followed, said once.
+    TempDir temp;
+    LogCapture log;
+    act& record = addRecord(ActState::active, line(40003, 100, 3));
+    for (const double t : {110.0, 113.0}) lf_acceptLine(line(40003, t, 90));
+    EXPECT_EQ(record.track.size(), 1u);
+    lf_acceptLine(line(40003, 116, 90));
+    ASSERT_EQ(record.track.size(), 2u);
+    EXPECT_DOUBLE_EQ(record.lastTimestamp, 116);
+    lf_acceptLine(line(40003, 119, 2));
+    for (const double t : {122.0, 125.0, 128.0}) lf_acceptLine(line(40003, t, 90));
+    const std::string text = log.text();
+    const std::string said = "KLM1234 follows its feed again after 3 refused lines";
+    const auto first = text.find(said);
+    ASSERT_NE(first, std::string::npos);
+    EXPECT_EQ(text.find("follows its feed again", first + said.size()), std::string::npos) << "said once";
 }
 
 TEST_F(AcceptLineTest, DropRulesForGapsAndSlowStraightPoints)

@@ -212,6 +212,29 @@ TEST_F(PhasesTest, ATouchAndGoGoesStraightIntoATakeoffRoll)
     EXPECT_EQ(r.throttleSetting, 3);
 }
 
+TEST_F(PhasesTest, OnlyANeighbourHoldingBesideEndsAHold)
+{
+    struct Row {
+        const char* neighbour;
+        double eastMetres;
+        bool holding;
+        bool holdGoesOn;
+    } rows[] = {
+        {"passing close by", 20, false, true},
+        {"holding close by", 20, true, false},
+        {"holding further off", 200, true, true},
+    };
+    for (const Row& row : rows) {
+        gf_resetEngine(now);
+        gf_activeRecord(21, row.eastMetres, 0, true, Phase::moving, now + 1000);
+        gf_activeRecord(20, 0, 0, true, Phase::moving, now);
+        gf_findAct(21)->holding = row.holding;
+        act& r = *gf_findAct(20);
+        EXPECT_EQ(lf_predict(r), row.holdGoesOn) << row.neighbour;
+        EXPECT_EQ(r.holding, row.holdGoesOn) << row.neighbour;
+    }
+}
+
 TEST_F(PhasesTest, ALandingStartsWithinTenMilesOfTheParkAirport)
 {
     for (const auto& [milesOut, landing] : {std::pair{9.0, true}, {11.0, false}}) {

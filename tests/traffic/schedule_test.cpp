@@ -18,23 +18,30 @@ using ScheduleTest = EngineTest;
 
 TEST_F(ScheduleTest, DueTimeStaysWithinTheSlackOfTheData)
 {
+    // Legs of 100 m (or none) from the aircraft's place.
     struct Case {
         const char* why;
         std::int32_t dataDue, predicted;
-        double ticks;
+        double ticks, northM, speedKt;
         std::int32_t expected;
     } cases[] = {
-        {"early is held back", now + 2000, 0, 500, now + 1000},
-        {"inside the window", now + 2000, 0, 1500, now + 1500},
-        {"late is pulled forward", now + 2000, 0, 4000, now + 3000},
-        {"a predicted point has no window", now + 2000, 1, 500, now + 500},
-        {"never before now", now - 5000, 0, 25, now},
+        // Half of the way from the time distance and speed give to the data's time, within the window.
+        {"early is held back", now + 2000, 0, 500, 100, 10, now + 1250},
+        {"inside the window", now + 2000, 0, 1500, 100, 10, now + 1750},
+        {"early beyond the window", now + 4000, 0, 1000, 100, 10, now + 3000},
+        {"late is pulled forward", now + 2000, 0, 4000, 100, 10, now + 3000},
+        {"a predicted point has no window", now + 2000, 1, 500, 100, 40, now + 500},
+        {"never before now", now - 5000, 0, 25, 0, 10, now},
+        // 100 m at twice 10 kt: 972 ticks, where the window alone would jump there in a quarter of a second.
+        {"a point long due is run to at twice its speed", now - 5000, 0, 25, 100, 10, now + 972},
+        {"a predicted point too", now + 2000, 1, 25, 100, 10, now + 972},
     };
     for (const Case& c : cases) {
         gf_resetEngine(now);
         act& r = gf_activeRecord(1, 0, 0, true, Phase::moving, now);
         r.predictedPoints = c.predicted;
-        r.track.push_back(gf_pointAt(0, 100, 10, c.dataDue));
+        r.track.front().groundSpeed = c.speedKt;
+        r.track.push_back(gf_pointAt(0, c.northM, c.speedKt, c.dataDue));
         lf_setDue(r, c.ticks);
         EXPECT_EQ(r.track[1].dueTick, c.expected) << c.why;
     }

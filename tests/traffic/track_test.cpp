@@ -108,13 +108,25 @@ TEST_F(TrackTest, TheTwoHundredAndFirstPointRemovesTheAircraft)
 
 TEST_F(TrackTest, AHoldThatEndsWithAJumpRemovesTheAircraft)
 {
-    for (const auto& [metres, removed] : {std::pair{100.0, false}, {HOLDING_THRESHOLD_METERS.value + 20.0, true}}) {
+    const double far = HOLDING_THRESHOLD_METERS.value + 20.0;
+    struct Row {
+        const char* why;
+        double metres, speedKt;
+        std::int32_t heldTicks;
+        bool removed;
+    } rows[] = {
+        {"near data ends the hold", 100, 10, 100, false},
+        {"a jump", far, 10, 100, true},
+        // After a gap in coverage: 90 kt for 30 s reach far beyond the point.
+        {"far data the speed bears out is followed", far + 300, 90, 3000, false},
+    };
+    for (const Row& row : rows) {
         gf_resetEngine(now);
         act& r = gf_activeRecord(6, 0, 0, true, Phase::moving, now);
         r.holding = true;
-        r.holdStartTick = now - 100;
-        lf_addTrackPoint(r, gf_pointAt(0, metres, 10, now + 300));
-        EXPECT_EQ(r.state == ActState::removing, removed) << metres;
+        r.holdStartTick = now - row.heldTicks;
+        lf_addTrackPoint(r, gf_pointAt(0, row.metres, row.speedKt, now + 300));
+        EXPECT_EQ(r.state == ActState::removing, row.removed) << row.why;
     }
 }
 
