@@ -13,17 +13,20 @@
 #include "feed/feed.h"
 #include "liveries/liveries.h"
 #include "parking/parking.h"
+#include "parking/stands.h"
 #include "scanner/scanner.h"
 #include "liveries/user_aircraft.h"
 #include "sim/sim_answers.h"
 #include "sim/sim_link.h"
 #include "traffic/engine.h"
 #include "traffic/parking_calls.h"
+#include "ui/traffic_view.h"
 #include "updates/updates.h"
 
 #include <fmt/format.h>
 
 #include <ctime>
+#include <numbers>
 #include <thread>
 
 namespace orv {
@@ -166,6 +169,15 @@ void gf_installAnswers()
         return gf_userStand(position);
     };
     simAnswers.storeUserStand = &gf_storeUserStand;
+    // The traffic page draws the park airport's stands; the table is the main
+    // thread's, and so is the publication that asks for them.
+    trafficStands = [] {
+        std::vector<StandMark> marks;
+        marks.reserve(standTable.size());
+        for (const Stand& stand : standTable)
+            marks.push_back({stand.name, stand.lat, stand.lon, stand.heading * 180.0 / std::numbers::pi});
+        return marks;
+    };
 }
 
 void lf_startUpTAVO()
