@@ -45,14 +45,7 @@ double lf_now() { return std::chrono::duration<double>(Clock::now().time_since_e
 /// The generated traffic: an hour round the demo airport, busy.
 GeneratedTraffic lf_traffic()
 {
-    GeneratorSetup setup;
-    setup.airport = "EHAM";
-    setup.elevationFt = e2eElevationFt;
-    setup.runwayLat1 = 52.3626, setup.runwayLon1 = 4.7118, setup.runwayLat2 = 52.3288, setup.runwayLon2 = 4.7112;
-    setup.stands = {{"D2", 52.3093, 4.7628, 230}, {"D4", 52.3099, 4.7618, 230}, {"D6", 52.3105, 4.7608, 230},
-                    {"D8", 52.3111, 4.7598, 230}, {"E2", 52.3078, 4.7663, 140}, {"E4", 52.3072, 4.7673, 140}};
-    setup.startTime = 1700000000;
-    setup.minutes = 60;
+    GeneratorSetup setup = gf_e2eSetup(gf_e2eStands());
     setup.seed = 11;
     setup.movementsPerHour = 40;
     setup.overflightsPerHour = 40;
@@ -147,16 +140,9 @@ protected:
         double first = INFINITY, last = -INFINITY;
         for (const auto& [hexid, f] : all) first = std::min(first, f.samples.front().t), last = std::max(last, f.samples.back().t);
         windowStart = lf_busiestWindow(all, first, last);
-        std::vector<std::string> kept;
-        for (const auto& line : traffic.recording) {
-            const double t = nlohmann::json::parse(line)[10].get<double>();
-            if (t >= windowStart - historySeconds && t < windowStart + windowSeconds) kept.push_back(line);
-        }
-        flights = gf_flightsOf(kept);
-        recordingFirst = INFINITY;
-        for (const auto& [hexid, f] : flights) recordingFirst = std::min(recordingFirst, f.samples.front().t);
         const fs::path path = temp / "traffic.jsonl";
-        gf_writeLines(path.string(), kept);
+        flights = gf_writeCut(path, traffic.recording, windowStart - historySeconds, windowStart + windowSeconds,
+                              recordingFirst);
         return path;
     }
 };

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/user_position.h"
+#include "standin/service/generator.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,16 @@ namespace orv::test {
 /// The demo airport: runway 18R/36L, a row of stands, the user at one of them.
 inline constexpr double e2eElevationFt = -11;
 inline constexpr LatLon e2eUser{52.3117, 4.7588};
+
+/// The demo airport's stands (piers D and E, nose in), as the generator and the demo know them.
+std::vector<GeneratorStand> gf_e2eStands();
+
+/// The generated traffic round the demo airport: runway 18R/36L and STANDS.
+GeneratorSetup gf_e2eSetup(const std::vector<GeneratorStand>& STANDS);
+
+/// Writes the demo airport's stand file of STANDS as the server's stock
+/// archive holds it, under ROOT's download folder.
+void gf_writeStandFile(const std::filesystem::path& ROOT, const std::vector<GeneratorStand>& STANDS);
 
 /// One installed livery: its title is "E2E <airline> <model>".
 struct E2eLivery {
@@ -61,6 +72,11 @@ struct RecordedFlight {
 
 /// The flights of a recording (JSON arrays of the live feed, one a line).
 std::map<std::string, RecordedFlight> gf_flightsOf(const std::vector<std::string>& LINES);
+
+/// Writes the lines of LINES stamped in [FROM, TO) to PATH; their flights, and
+/// in FIRST the earliest time among them.
+std::map<std::string, RecordedFlight> gf_writeCut(const std::filesystem::path& PATH, const std::vector<std::string>& LINES,
+                                                  double FROM, double TO, double& FIRST);
 
 /// Metres from POS to the nearest point of the flight's path; TIME gets the
 /// recording's time at that point.
