@@ -80,7 +80,11 @@ void lf_integrate(act& RECORD)
         lf_followCurve(RECORD);
     } else {
         if (lf_taxiPhase(RECORD.phase)) {
-            if (RECORD.turning || RECORD.phase == Phase::taxiToStand)
+            // Onto a stand the nose comes round at the class's full ground rate:
+            // the entry legs are short, and the aircraft must stop on the stand's heading.
+            if (RECORD.phase == Phase::taxiToStand)
+                lf_turnTowards(RECORD, RECORD.targetHeading, RECORD.turnRate);
+            else if (RECORD.turning)
                 lf_turnTowards(RECORD, RECORD.targetHeading, RECORD.turnRateNow);
         } else {
             RECORD.heading = gf_wrapTwoPi(RECORD.heading + RECORD.headingStep);

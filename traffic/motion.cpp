@@ -106,6 +106,7 @@ void lf_nextPos(act& RECORD)
         TrackPoint& next = RECORD.track[1];
         if (!next.stationary && gf_samePosition(front, next)) next.stationary = true;
         if (!next.stationary) RECORD.targetHeading = gf_bearing(front.lat, front.lon, next.lat, next.lon);
+        else if (RECORD.phase == Phase::taxiToStand) RECORD.targetHeading = RECORD.standHeading;
     }
     if (RECORD.onGround)
         lf_nextPosGround(RECORD);
@@ -157,7 +158,8 @@ void lf_moveAct(act& RECORD)
         RECORD.speedOut = !RECORD.track.empty() && RECORD.track.front().stationary ? 0.0 : RECORD.speedSigned;
     }
     if (RECORD.state != ActState::active || RECORD.track.empty()) return;
-    if (!RECORD.track.front().stationary) lf_integrate(RECORD);
+    // Standing on a stand the nose still comes round to the stand's heading.
+    if (!RECORD.track.front().stationary || RECORD.phase == Phase::taxiToStand) lf_integrate(RECORD);
     if (RECORD.objectId != 0) gf_appendPosition(lf_positionOf(RECORD));
 }
 

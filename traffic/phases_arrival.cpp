@@ -22,6 +22,8 @@ constexpr double arrivalSpeedKt = 5.0, arrivalReachMetres = 35.0;
 constexpr double wideSearchMetres = 55.0, narrowSearchMetres = 20.0;
 constexpr double parkedWithinMetres = 2.0;
 constexpr double minEntryTicks = 100.0;
+constexpr double leadInMetres = 30.0; ///< the straight last stretch onto a stand, nose on its heading
+constexpr double leadInSlackMetres = 10.0; ///< nearer than the lead-in and this, straight onto the stand
 constexpr std::int32_t settleTicks = 50;
 constexpr double cabinLitShare = 0.9;
 
@@ -42,29 +44,52 @@ void lf_shutDown(act& RECORD)
     lf_lights(RECORD, {nav, 0, 0, 0, 0, 1, cabin});
 }
 
-/// The leg onto the stand at push speed, and a short stop on it.
+/// A ground point at POS reached after TICKS at push speed, heading along COURSE (radians).
+TrackPoint lf_entryPoint(const act& RECORD, const TrackPoint& FROM, const LatLon& POS, double COURSE, double TICKS)
+{
+    TrackPoint p = FROM;
+    p.lat = POS.lat;
+    p.lon = POS.lon;
+    p.groundSpeed = RECORD.pushSpeed;
+    p.bank = RECORD.bank;
+    p.altitude = 0; // on the ground, where the simulator holds it
+    p.airborne = false;
+    p.track = COURSE * radToDeg;
+    p.heading.reset();
+    p.headingValid = false;
+    p.stationary = false;
+    p.dueTick = FROM.dueTick + gsl::narrow<std::int32_t>(TICKS);
+    return p;
+}
+
+/// The way onto the stand at push speed: from afar along the stand's lead-in
+/// line, so that the aircraft stops with its nose on the stand's heading; then
+/// a short stop on it.
 void lf_addStandEntry(act& RECORD)
 {
     const TrackPoint& front = RECORD.track.front();
+    const double speed = std::max(RECORD.pushSpeed, 1.0);
     const double d = gf_distance(front.lat, front.lon, RECORD.standPos.lat, RECORD.standPos.lon);
-    const double ticks = std::max(std::round(gf_legTicks(d, std::max(RECORD.pushSpeed, 1.0))), minEntryTicks);
-    TrackPoint onStand = front;
-    onStand.lat = RECORD.standPos.lat;
-    onStand.lon = RECORD.standPos.lon;
-    onStand.groundSpeed = RECORD.pushSpeed;
-    onStand.bank = RECORD.bank;
-    onStand.altitude = 0; // on the ground, where the simulator holds it
-    onStand.airborne = false;
-    onStand.track = RECORD.standHeading * radToDeg;
-    onStand.heading.reset();
-    onStand.headingValid = false;
-    onStand.stationary = false;
-    onStand.dueTick = front.dueTick + gsl::narrow<std::int32_t>(ticks);
-    TrackPoint settled = onStand;
+    const LatLon leadIn = gf_destination(RECORD.standPos, gf_wrapTwoPi(RECORD.standHeading + pi), gf_nmOfMetres(leadInMetres) * feetPerNm);
+    std::vector<TrackPoint> entry;
+    if (d * metresPerNm > leadInMetres + leadInSlackMetres) {
+        const double toLeadIn = gf_distance(gf_posOf(front), leadIn);
+        entry.push_back(lf_entryPoint(RECORD, front, leadIn, gf_bearing(gf_posOf(front), leadIn),
+                                      std::max(std::round(gf_legTicks(toLeadIn, speed)), minEntryTicks)));
+    }
+    const TrackPoint& from = entry.empty() ? front : entry.back();
+    const double last = gf_distance(from.lat, from.lon, RECORD.standPos.lat, RECORD.standPos.lon);
+    entry.push_back(lf_entryPoint(RECORD, from, RECORD.standPos, RECORD.standHeading,
+                                  std::max(std::round(gf_legTicks(last, speed)), minEntryTicks)));
+    // The stop on the stand lasts until the nose has come round to the stand's
+    // heading at the class's rate, whatever way the data brought it in.
+    const double offRad = std::fabs(gf_angleDiff(RECORD.standHeading, RECORD.heading)) + pi / 2;
+    const double turnTicks = RECORD.turnRate > 0 ? std::ceil(offRad / RECORD.turnRate) : 0.0;
+    TrackPoint settled = entry.back();
     settled.stationary = true;
     settled.groundSpeed = 0;
-    settled.dueTick += settleTicks;
-    RECORD.track.push_back(onStand);
+    settled.dueTick += std::max(settleTicks, gsl::narrow_cast<std::int32_t>(turnTicks));
+    for (const TrackPoint& p : entry) RECORD.track.push_back(p);
     RECORD.track.push_back(settled);
     RECORD.targetHeading = RECORD.standHeading;
     RECORD.predictedPoints = 0;

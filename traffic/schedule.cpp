@@ -127,7 +127,9 @@ void lf_timeStop(act& RECORD)
     const TrackPoint& front = RECORD.track[0];
     const TrackPoint& next = RECORD.track[1];
     const double held = std::max(static_cast<double>(next.dueTick - front.dueTick), minLegTicks);
-    const double ticks = std::max(held - now + front.dueTick, minLegTicks);
+    // A late aircraft shortens its stops to catch up with the data, but not the
+    // stop on a stand, in which its nose comes round to the stand's heading.
+    const double ticks = RECORD.phase == Phase::taxiToStand ? held : std::max(held - now + front.dueTick, minLegTicks);
     lf_setDue(RECORD, ticks);
 }
 

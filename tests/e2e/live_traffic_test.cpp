@@ -45,9 +45,7 @@ double lf_now() { return std::chrono::duration<double>(Clock::now().time_since_e
 /// The generated traffic: an hour round the demo airport, busy.
 GeneratedTraffic lf_traffic()
 {
-    GeneratorSetup setup = gf_e2eAirportSetup();
-    setup.startTime = 1700000000;
-    setup.minutes = 60;
+    GeneratorSetup setup = gf_e2eSetup(gf_e2eStands());
     setup.seed = 11;
     setup.movementsPerHour = 40;
     setup.overflightsPerHour = 40;
@@ -142,16 +140,9 @@ protected:
         double first = INFINITY, last = -INFINITY;
         for (const auto& [hexid, f] : all) first = std::min(first, f.samples.front().t), last = std::max(last, f.samples.back().t);
         windowStart = lf_busiestWindow(all, first, last);
-        std::vector<std::string> kept;
-        for (const auto& line : traffic.recording) {
-            const double t = nlohmann::json::parse(line)[10].get<double>();
-            if (t >= windowStart - historySeconds && t < windowStart + windowSeconds) kept.push_back(line);
-        }
-        flights = gf_flightsOf(kept);
-        recordingFirst = INFINITY;
-        for (const auto& [hexid, f] : flights) recordingFirst = std::min(recordingFirst, f.samples.front().t);
         const fs::path path = temp / "traffic.jsonl";
-        gf_writeLines(path.string(), kept);
+        flights = gf_writeCut(path, traffic.recording, windowStart - historySeconds, windowStart + windowSeconds,
+                              recordingFirst);
         return path;
     }
 };

@@ -65,6 +65,37 @@ void lf_writeLiveries(const fs::path& COMMUNITY, const E2eCatalogue& CATALOGUE)
 
 } // namespace
 
+std::vector<GeneratorStand> gf_e2eStands()
+{
+    return {{"D2", 52.3093, 4.7628, 230}, {"D4", 52.3099, 4.7618, 230}, {"D6", 52.3105, 4.7608, 230},
+            {"D8", 52.3111, 4.7598, 230}, {"E2", 52.3078, 4.7663, 140}, {"E4", 52.3072, 4.7673, 140}};
+}
+
+GeneratorSetup gf_e2eSetup(const std::vector<GeneratorStand>& STANDS)
+{
+    GeneratorSetup setup;
+    setup.airport = "EHAM";
+    setup.elevationFt = e2eElevationFt;
+    setup.runwayLat1 = 52.3626, setup.runwayLon1 = 4.7118, setup.runwayLat2 = 52.3288, setup.runwayLon2 = 4.7112;
+    setup.stands = STANDS;
+    setup.startTime = 1700000000;
+    setup.minutes = 60;
+    return setup;
+}
+
+void gf_writeStandFile(const fs::path& ROOT, const std::vector<GeneratorStand>& STANDS)
+{
+    std::string text = "<meta><info name=\"program\" value=\"TAVO e2e\" /></meta>\n<parameters>\n"
+                       "  <parameter name=\"airport_name\" value=\"Amsterdam Schiphol (e2e)\" />\n"
+                       "  <parameter name=\"publisher\" value=\"stock\" />\n"
+                       "  <parameter name=\"altitude\" value=\"-11\" />\n</parameters>\n<parkpositions>\n";
+    for (const GeneratorStand& s : STANDS)
+        text += fmt::format("  <parkpos id=\"{}\" latitude=\"{:.6f}\" longitude=\"{:.6f}\" heading=\"{:.1f}\" "
+                            "radius=\"36.0\" cargo=\"false\" ramp=\"false\">\n  </parkpos>\n",
+                            s.name, s.lat, s.lon, s.headingDeg);
+    writeFile(ROOT / "downloads/MSFS/archive/stock/EHAM.xml", text + "</parkpositions>\n");
+}
+
 std::string E2eCatalogue::titleOf(const E2eLivery& LIVERY) { return "E2E " + LIVERY.airline + " " + LIVERY.model; }
 
 const E2eLivery* E2eCatalogue::find(const std::string& TITLE) const
@@ -95,17 +126,6 @@ bool E2eCatalogue::fits(const std::string& AIRLINE, const std::string& MODEL, co
 bool E2eCatalogue::anyFits(const std::string& AIRLINE, const std::string& MODEL) const
 {
     return std::any_of(liveries.begin(), liveries.end(), [&](const E2eLivery& L) { return fits(AIRLINE, MODEL, L); });
-}
-
-GeneratorSetup gf_e2eAirportSetup()
-{
-    GeneratorSetup setup;
-    setup.airport = "EHAM";
-    setup.elevationFt = e2eElevationFt;
-    setup.runwayLat1 = 52.3626, setup.runwayLon1 = 4.7118, setup.runwayLat2 = 52.3288, setup.runwayLon2 = 4.7112;
-    setup.stands = {{"D2", 52.3093, 4.7628, 230}, {"D4", 52.3099, 4.7618, 230}, {"D6", 52.3105, 4.7608, 230},
-                    {"D8", 52.3111, 4.7598, 230}, {"E2", 52.3078, 4.7663, 140}, {"E4", 52.3072, 4.7673, 140}};
-    return setup;
 }
 
 E2eCatalogue gf_e2eCatalogue()
@@ -144,6 +164,21 @@ std::map<std::string, RecordedFlight> gf_flightsOf(const std::vector<std::string
     for (auto& [hexid, f] : flights)
         std::stable_sort(f.samples.begin(), f.samples.end(),
                          [](const RecordedSample& A, const RecordedSample& B) { return A.t < B.t; });
+    return flights;
+}
+
+std::map<std::string, RecordedFlight> gf_writeCut(const fs::path& PATH, const std::vector<std::string>& LINES, double FROM,
+                                                  double TO, double& FIRST)
+{
+    std::vector<std::string> kept;
+    for (const auto& line : LINES) {
+        const double t = nlohmann::json::parse(line)[10].get<double>();
+        if (t >= FROM && t < TO) kept.push_back(line);
+    }
+    auto flights = gf_flightsOf(kept);
+    FIRST = INFINITY;
+    for (const auto& [hexid, f] : flights) FIRST = std::min(FIRST, f.samples.front().t);
+    gf_writeLines(PATH.string(), kept);
     return flights;
 }
 

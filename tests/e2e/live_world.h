@@ -19,8 +19,15 @@ namespace orv::test {
 /// The demo airport: runway 18R/36L, a row of stands, the user at one of them.
 inline constexpr double e2eElevationFt = -11;
 inline constexpr LatLon e2eUser{52.3117, 4.7588};
-/// The generator's view of the demo airport: its runway and row of stands.
-GeneratorSetup gf_e2eAirportSetup();
+/// The demo airport's stands (piers D and E, nose in), as the generator and the demo know them.
+std::vector<GeneratorStand> gf_e2eStands();
+
+/// The generated traffic round the demo airport: runway 18R/36L and STANDS.
+GeneratorSetup gf_e2eSetup(const std::vector<GeneratorStand>& STANDS);
+
+/// Writes the demo airport's stand file of STANDS as the server's stock
+/// archive holds it, under ROOT's download folder.
+void gf_writeStandFile(const std::filesystem::path& ROOT, const std::vector<GeneratorStand>& STANDS);
 
 /// One installed livery: its title is "E2E <airline> <model>".
 struct E2eLivery {
@@ -64,6 +71,11 @@ struct RecordedFlight {
 
 /// The flights of a recording (JSON arrays of the live feed, one a line).
 std::map<std::string, RecordedFlight> gf_flightsOf(const std::vector<std::string>& LINES);
+
+/// Writes the lines of LINES stamped in [FROM, TO) to PATH; their flights, and
+/// in FIRST the earliest time among them.
+std::map<std::string, RecordedFlight> gf_writeCut(const std::filesystem::path& PATH, const std::vector<std::string>& LINES,
+                                                  double FROM, double TO, double& FIRST);
 
 /// Metres from POS to the nearest point of the flight's path; TIME gets the
 /// recording's time at that point.

@@ -69,7 +69,7 @@ std::vector<nlohmann::json> lf_realLeg(const std::string& DOC, double FROM, doub
 /// Generated traffic round the demo airport with every fault on, from T0.
 std::vector<nlohmann::json> lf_noisyTraffic(double T0)
 {
-    GeneratorSetup setup = gf_e2eAirportSetup();
+    GeneratorSetup setup = gf_e2eSetup(gf_e2eStands());
     setup.startTime = T0 - 20 * 60, setup.minutes = 20 + noisyMinutes, setup.seed = 11;
     setup.movementsPerHour = 40, setup.overflightsPerHour = 20;
     std::vector<nlohmann::json> lines;

@@ -8,6 +8,7 @@
 #include "traffic/engine_parts.h"
 #include "traffic/motion.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -332,6 +333,37 @@ TEST_F(PhasesTest, ATaxiingAircraftHoldsUntilTheLimitThenGoes)
     const int passes = runUntilRemoved(r, 200000);
     EXPECT_NEAR(passes, MAX_HOLDING_MINUTES.value * 6000, 301);
     EXPECT_TRUE(r.holding);
+}
+
+// A taxiing aircraft whose data stopped near a stand rolls onto it and stops
+// with its nose on the stand's heading, from afar (along the lead-in line) or
+// near, on time or late against its data.
+TEST_F(PhasesTest, AnArrivalStopsOnTheStandWithTheStandsHeading)
+{
+    struct Row {
+        double east, north, headingDeg, standDeg, lateTicks;
+    };
+    const Row rows[] = {{40, 30, 90, 230, 0}, {-45, 25, 90, 230, 0}, {0, -15, 0, 0, 0},
+                        {20, 10, 270, 100, 3000}, {35, -35, 180, 320, 3000}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(fmt::format("from {},{} heading {} onto {} late {}", row.east, row.north, row.headingDeg,
+                                 row.standDeg, row.lateTicks));
+        gf_resetEngine(now);
+        testAirport.stands = {{1, "A1", gf_testPosition(0, 0), row.standDeg * degToRad, 20.0 / metresPerNm, false, false}};
+        gf_installTestAirport();
+        act& r = gf_activeRecord(20, row.east, row.north, true, Phase::moving, now - static_cast<std::int32_t>(row.lateTicks));
+        r.heading = row.headingDeg * degToRad;
+        r.track.front().stationary = true;
+        lf_arriveAtStand(r, true);
+        ASSERT_EQ(r.phase, Phase::taxiToStand);
+        for (int i = 0; i < 200000 && r.phase != Phase::atStand; ++i) {
+            lf_moveAct(r);
+            ++engineTick;
+        }
+        ASSERT_EQ(r.phase, Phase::atStand);
+        EXPECT_LE(gf_distance(r.lat, r.lon, r.standPos.lat, r.standPos.lon) * metresPerNm, 2.0);
+        EXPECT_LE(std::fabs(gf_angleDiff(r.heading, row.standDeg * degToRad)) * radToDeg, 5.0);
+    }
 }
 
 } // namespace
