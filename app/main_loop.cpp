@@ -315,6 +315,7 @@ void lf_reportException(const char* WHERE)
         throw;
     } catch (const UserErrorException& e) {
         gf_showError(e.what());
+        gf_noteErrorStatus(exitStatusUserError);
     } catch (const fmt::format_error& e) {
         gf_showError(std::string("std::format error: ") + e.what());
     } catch (const std::exception& e) {

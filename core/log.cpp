@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 
 namespace orv {
@@ -30,6 +31,9 @@ void gf_log(std::string_view TEXT)
 void gf_logWarning(std::string_view TEXT)
 {
     std::lock_guard lock(logMutex);
+    // Nobody may be watching the window or the log: a warning also goes to
+    // stderr, where a service manager or a terminal keeps it.
+    std::fprintf(stderr, "===> %.*s\n", static_cast<int>(TEXT.size()), TEXT.data());
     if (!logStream.is_open()) return;
     logStream << "===> " << TEXT << std::endl;
 }
@@ -51,6 +55,7 @@ void gf_showError(const std::string& TEXT)
     statusStamp = 0;
     errorText = TEXT;
     gf_log(fmt::format("Error {}", TEXT));
+    std::fprintf(stderr, "Error %s\n", TEXT.c_str());
     ++statusGeneration;
 }
 

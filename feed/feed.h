@@ -40,6 +40,9 @@ bool gf_rtSessionExists();
 void gf_stopReaders();
 void gf_startWeatherReader();
 void gf_startTrafficReader();
+/// Waits up to MS milliseconds for every reader thread of the process to
+/// end (the process's end); false when one is still running.
+bool gf_waitReadersEnded(int MS);
 /// The weather reader has finished its first round (or has ended).
 bool gf_weatherReceived();
 /// The newest timestamp the traffic reader has read; 0 before the first line.

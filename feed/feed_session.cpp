@@ -170,20 +170,36 @@ double gf_trafficLastTimestamp()
     return session ? session->traffic.lastTimestamp.load() : 0.0;
 }
 
-void gf_startWeatherReader()
+namespace {
+
+/// Reader threads of every session that have not ended yet.
+std::atomic<int> readerThreadsAlive{0};
+
+/// A detached reader; it is counted until its session reference is gone too.
+void lf_startReader(void (*BODY)(std::shared_ptr<FeedSession>))
 {
-    if (auto session = gf_feedSession()) {
-        ++session->readersRunning;
-        std::thread(lf_weatherReader, std::move(session)).detach();
-    }
+    auto session = gf_feedSession();
+    if (!session) return;
+    ++session->readersRunning;
+    ++readerThreadsAlive;
+    std::thread([BODY, session = std::move(session)]() mutable {
+        BODY(std::move(session));
+        --readerThreadsAlive;
+    }).detach();
 }
 
-void gf_startTrafficReader()
+} // namespace
+
+void gf_startWeatherReader() { lf_startReader(&lf_weatherReader); }
+
+void gf_startTrafficReader() { lf_startReader(&lf_trafficReader); }
+
+bool gf_waitReadersEnded(int MS)
 {
-    if (auto session = gf_feedSession()) {
-        ++session->readersRunning;
-        std::thread(lf_trafficReader, std::move(session)).detach();
-    }
+    constexpr int sliceMs = 10;
+    for (int waited = 0; readerThreadsAlive > 0 && waited < MS; waited += sliceMs)
+        std::this_thread::sleep_for(std::chrono::milliseconds(sliceMs));
+    return readerThreadsAlive == 0;
 }
 
 void gf_takeSeenSets(std::set<std::string>& CALLSIGNS, std::set<std::uint32_t>& HEXIDS)

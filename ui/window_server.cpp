@@ -40,6 +40,17 @@ struct WindowServer {
     std::atomic<bool> stopping{false};
 };
 
+/// Event streams open now, one per page; any thread reads it.
+std::atomic<int> pagesOpen{0};
+
+/// Counts a page's stream for as long as its provider lives.
+struct PageOpen {
+    PageOpen() { ++pagesOpen; }
+    ~PageOpen() { --pagesOpen; }
+    PageOpen(const PageOpen&) = delete;
+    PageOpen& operator=(const PageOpen&) = delete;
+};
+
 std::mutex serverMutex; ///< the pointer below; a leaf lock
 std::unique_ptr<WindowServer> server;
 
@@ -120,8 +131,9 @@ void lf_events(WindowServer& S, httplib::Response& RES)
 {
     auto sent = std::make_shared<std::map<Band, std::string>>();
     auto quietSince = std::make_shared<std::chrono::steady_clock::time_point>(std::chrono::steady_clock::now());
+    auto open = std::make_shared<PageOpen>();
     RES.set_header("Cache-Control", "no-store");
-    RES.set_chunked_content_provider("text/event-stream", [&S, sent, quietSince](std::size_t, httplib::DataSink& SINK) {
+    RES.set_chunked_content_provider("text/event-stream", [&S, sent, quietSince, open](std::size_t, httplib::DataSink& SINK) {
         std::string out;
         if (sent->empty()) {
             out = fmt::format("retry: {}\n\n", reconnectMs) + lf_event("hello", nlohmann::json{{"instance", S.instance}}.dump());
@@ -223,6 +235,8 @@ void gf_closeWindowServer()
     s->http.stop();
     if (s->thread.joinable()) s->thread.join();
 }
+
+int gf_pagesOpen() { return pagesOpen; }
 
 int gf_windowPort()
 {
