@@ -156,7 +156,9 @@ bool lf_writeParameters(const pugi::xml_document& DOCUMENT, const std::filesyste
 {
     ++parameterWrites;
     if (!gf_writeXmlFile(DOCUMENT, PATH)) return false;
-    if (!gf_writeXmlFile(DOCUMENT, gf_goodCopyPath())) gf_logWarning("the good copy of parameters.xml not saved");
+    // The spare copy is not forced to the disk: parameters.xml is, and the
+    // copy is only read when parameters.xml was damaged from outside.
+    if (!gf_writeXmlFile(DOCUMENT, gf_goodCopyPath(), false)) gf_logWarning("the good copy of parameters.xml not saved");
     return true;
 }
 
