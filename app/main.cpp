@@ -63,6 +63,7 @@ void lf_prepareProcess()
     gf_readWindowPosition(MAIN_WINDOW_X);
     gf_readWindowPosition(MAIN_WINDOW_Y);
     gf_readEarly(WINDOW_PORT);
+    gf_readEarly(HEADLESS_WAIT_SECONDS); // an error before the parameters are read waits as long
     std::error_code failed;
     std::filesystem::create_directories(userFolder, failed);
 }

@@ -90,12 +90,37 @@ TEST(Program, MakesItsTreeAndParametersAndEndsCleanlyOnSigterm)
         Program tavo;
         ASSERT_TRUE(logHas("downloading dbase failed?"));
         tavo.terminate();
-        EXPECT_EQ(tavo.wait(), 0);
+        EXPECT_EQ(tavo.wait(), 1) << "the reference data could not be had: a system error";
     }
     const std::string parameters = readFile(dir / "home/config/TAVO/parameters.xml");
     EXPECT_NE(parameters.find("name=\"LATERAL_RANGE\" value=\"40\""), std::string::npos);
     for (const char* folder : {"output/info", "output/errors", "airports/learned/stock", "input/my_regcodes"})
         EXPECT_TRUE(fs::is_directory(folder)) << folder;
+}
+
+TEST(Program, AnErrorAtStartUpThatNoPageShowsEndsTheProcessWithItsStatusAndOnStderr)
+{
+    const struct {
+        const char* what;
+        const char* removed; ///< what the program folder lacks
+        int status;
+        const char* told;    ///< on stderr
+    } cases[] = {{"user error", "docs", 2, "Error 41: TAVO must be run from the TAVO folder!\n"},
+                 {"system error", "downloads/dbase.zip", 1, "Error lf_startUpTAVO: sys error 23: "}};
+    for (const auto& c : cases) {
+        TempDir dir;
+        test::makeProgramFolder(dir.path());
+        fs::remove_all(dir / c.removed);
+        const fs::path parameters = dir / "home/config/TAVO/parameters.xml";
+        std::string text = readFile(parameters);
+        text.insert(text.find("</parameters>"), "  <parameter name=\"HEADLESS_WAIT_SECONDS\" value=\"1\"/>\n");
+        test::writeFile(parameters, text);
+        Program tavo(dir / "errors.txt");
+        ASSERT_TRUE(tavo.started());
+        EXPECT_EQ(tavo.wait(), c.status) << c.what;
+        EXPECT_NE(readFile(dir / "errors.txt").find(c.told), std::string::npos) << c.what << ": " << readFile(dir / "errors.txt");
+        EXPECT_NE(readFile("Log.txt").find("Exiting: SYSTEM ERROR"), std::string::npos) << c.what;
+    }
 }
 
 TEST(Program, ALogThatCannotBeKeptEndsWithError40NotAnAbort)
