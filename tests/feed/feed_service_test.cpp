@@ -58,7 +58,6 @@ TEST_F(Client, RefusedLoginsRaiseAfterTheirMessageAndOutagesAreWaitedOut)
     // login is tried again until it goes through, the user told why.
     const std::pair<const char*, const char*> waitedOut[] = {
         {"auth:405:2", "the RT server still holds an earlier session, trying again in "},
-        {"auth:500:2", "The RT server cannot be reached (status 500), trying again in 5 seconds"},
         {"auth:503:2", "The RT server cannot be reached (status 503), trying again in 10 seconds"},
         {"auth:notjson:1", "The RT server cannot be reached ([json.exception"}};
     for (const auto& [failure, told] : waitedOut) {
