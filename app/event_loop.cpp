@@ -4,7 +4,11 @@
 #include "app/lifecycle.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/clock.h"
 #include "core/window_state.h"
+#include "ui/window.h"
+
+#include <fmt/format.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -22,6 +26,7 @@ std::condition_variable queueSignal;
 std::deque<std::pair<WindowMessage, int>> queue;
 std::atomic<int> mainThreads{0};
 int windowXAtStart = 0, windowYAtStart = 0;
+constexpr int headlessSliceMs = 100;
 
 /// A position on a limit is a minimised window: keep the session's start value.
 void lf_saveWindowPosition()
@@ -36,7 +41,24 @@ void lf_finish()
 {
     lf_saveWindowPosition();
     gf_closeLog();
-    gf_postWindowMessage(WindowMessage::quit, 0);
+    gf_postWindowMessage(WindowMessage::quit, processExitStatus);
+}
+
+/// An error ended the start-up. The user can mend it in the window; but with
+/// no page open (a run without anybody at the screen) an idle process would
+/// hide it for ever: after a wait for a page, the process ends with the
+/// error's status.
+void lf_endIfNobodySees()
+{
+    if (processExitStatus == 0 || gf_stopFlagUp()) return;
+    const int waitMs = HEADLESS_WAIT_SECONDS.value * 1000;
+    for (int waited = 0; waited < waitMs; waited += headlessSliceMs) {
+        if (gf_pagesOpen() > 0) return;
+        if (!gf_sleepUnlessStopped(headlessSliceMs)) return;
+    }
+    if (gf_pagesOpen() > 0) return;
+    gf_logWarning(fmt::format("No window is open to show the error: {} ends", programName));
+    gf_requestExit(SYSTEM_ERROR, 0);
 }
 
 } // namespace
@@ -58,6 +80,7 @@ void gf_startMainThread()
             lf_startUpTAVO();
         } catch (...) {
             lf_reportException("lf_startUpTAVO");
+            lf_endIfNobodySees();
         }
         --mainThreads;
     }).detach();

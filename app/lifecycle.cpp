@@ -47,6 +47,31 @@ void lf_checkScannedLiveries()
     gf_save(SCAN_LIVERIES);
 }
 
+/// The codes of a stored livery list that is there but cannot be used.
+bool lf_scannedListDamaged(int CODE) { return CODE == 51 || CODE == 52 || CODE == 533; }
+
+/// The livery scan, or the stored list; a stored list that is damaged (cut
+/// short, emptied, edited wrong) is only a cache of the scan: it is set
+/// aside and rebuilt by a scan at once.
+void lf_scanOrRead()
+{
+    try {
+        gf_scanLiveries(SCAN_LIVERIES.value);
+        return;
+    } catch (const UserErrorException& e) {
+        if (SCAN_LIVERIES.value || !lf_scannedListDamaged(e.code)) throw;
+        const fs::path scanned = outputFolder / "LiveriesScanned.xml";
+        std::error_code ignored;
+        fs::rename(scanned, outputFolder / "LiveriesScanned.damaged.xml", ignored);
+        const std::string message = fmt::format("File {} is damaged ({}), rescan liveries", scanned.string(), e.what());
+        gf_logWarning(message);
+        gf_showStatus(message, false);
+    }
+    SCAN_LIVERIES.value = true;
+    gf_save(SCAN_LIVERIES);
+    gf_scanLiveries(true);
+}
+
 int lf_countFiles(const fs::path& FOLDER)
 {
     if (!fs::is_directory(FOLDER)) return 0;
@@ -188,7 +213,7 @@ void lf_startUpTAVO()
     hardwareThreads = std::max(1u, std::thread::hardware_concurrency());
     scanProgress = 0;
     lf_checkScannedLiveries();
-    gf_scanLiveries(SCAN_LIVERIES.value);
+    lf_scanOrRead();
     if (gf_stopFlagUp()) return;
     if (SCAN_AIRPORTS.value) {
         simaddonCount = thirdpartyCount = 0;

@@ -20,6 +20,8 @@ void FinalExit(int RESTART_SECONDS);
 void lf_restartCountdown(int SECONDS);
 /// A final exit is running on its own thread.
 bool gf_finalExitRunning();
+/// Waits for the thread of the last final exit to end (the process's end).
+void gf_joinFinalExit();
 
 /// The body of the main thread, started by the window's `start`.
 void lf_startUpTAVO();

@@ -7,8 +7,12 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/single_instance.h"
+#include "app/lifecycle.h"
+#include "feed/feed.h"
+#include "sim/sim_link.h"
 #include "ui/window.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -16,22 +20,36 @@
 
 namespace {
 
-/// Signals only raise a flag; a watcher thread turns it into the close request.
-volatile std::sig_atomic_t closeSignal = 0;
+/// Signals only raise a flag (written by the handler, read by the watcher
+/// thread, which turns it into the close request).
+std::atomic<bool> closeSignal{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may only touch a lock-free atomic");
 
-extern "C" void lf_onSignal(int) { closeSignal = 1; }
+extern "C" void lf_onSignal(int) { closeSignal = true; }
 
-void lf_watchSignals()
+constexpr auto signalPollPeriod = std::chrono::milliseconds(50);
+/// How long the end of the process waits for the readers to leave their last
+/// request; they are bounded by the request time-out, the process is not.
+constexpr int readersEndWaitMs = 5000;
+
+std::jthread lf_watchSignals()
 {
-    std::thread([] {
-        for (;;) {
-            if (closeSignal) {
-                closeSignal = 0;
-                orv::gf_closeWindow();
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return std::jthread([](std::stop_token STOP) {
+        while (!STOP.stop_requested()) {
+            if (closeSignal.exchange(false)) orv::gf_closeWindow();
+            std::this_thread::sleep_for(signalPollPeriod);
         }
-    }).detach();
+    });
+}
+
+/// Every thread of the program is joined or has ended before main returns:
+/// static destruction must not free what a thread still uses.
+void lf_joinThreads()
+{
+    using namespace orv;
+    gf_joinFinalExit();
+    gf_stopClientThread(true);
+    if (!gf_waitReadersEnded(readersEndWaitMs)) gf_log("! a reader is still in a request at the end");
 }
 
 /// The steps before the window runs. Whatever fails here (the log, the
@@ -45,6 +63,7 @@ void lf_prepareProcess()
     gf_readWindowPosition(MAIN_WINDOW_X);
     gf_readWindowPosition(MAIN_WINDOW_Y);
     gf_readEarly(WINDOW_PORT);
+    gf_readEarly(HEADLESS_WAIT_SECONDS); // an error before the parameters are read waits as long
     std::error_code failed;
     std::filesystem::create_directories(userFolder, failed);
 }
@@ -65,11 +84,12 @@ int main()
     }
     std::signal(SIGINT, lf_onSignal);
     std::signal(SIGTERM, lf_onSignal);
-    lf_watchSignals();
+    std::jthread watcher = lf_watchSignals();
     gf_openWindow();
     gf_postWindowMessage(WindowMessage::start);
     const int result = gf_runMessageLoop();
     gf_closeWindowServer();
+    lf_joinThreads();
     gf_releaseSingleInstance();
     return result;
 }

@@ -322,10 +322,12 @@ void lf_reportException(const char* WHERE)
         throw;
     } catch (const UserErrorException& e) {
         gf_showError(e.what());
+        gf_noteErrorStatus(exitStatusUserError);
     } catch (const fmt::format_error& e) {
         gf_showError(std::string("std::format error: ") + e.what());
     } catch (const std::exception& e) {
         gf_showError(fmt::format("{}: {}", WHERE, e.what()));
+        gf_noteErrorStatus(exitStatusSystemError); // also when a close came first
         gf_requestExit(SYSTEM_ERROR, 0);
     } catch (...) {
         gf_showError("Unknown exception");

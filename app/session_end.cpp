@@ -20,6 +20,7 @@
 
 #include <fmt/format.h>
 
+#include <mutex>
 #include <thread>
 
 namespace orv {
@@ -30,6 +31,11 @@ constexpr int logoutWaitMs = 3000, noSessionWaitMs = 500, frameSendWaitMs = 1000
 constexpr int mainThreadWaitLogMs = 5000;
 
 std::atomic<int> finalExits{0};
+/// The exit thread of the last session end. It is joined, never detached:
+/// the next exit joins it before it starts, the process before it ends, so
+/// it can never post to a message queue that is being destroyed.
+std::jthread finalExitThread;
+std::mutex finalExitSlotMutex; ///< the slot above; a leaf lock
 
 void lf_zeroTimeShift()
 {
@@ -82,6 +88,7 @@ void lf_takeAircraftOut()
 void lf_resetForRestart(std::int32_t REASON)
 {
     gf_clearError();
+    processExitStatus = 0; // the error that stood is gone with the session
     gf_resetFeed();
     if (REASON != RESTART_IPP) {
         SCAN_LIVERIES.value = false;
@@ -155,10 +162,22 @@ void lf_finalExitSteps(int RESTART_SECONDS)
     }
 }
 
+/// Joins the exit thread in the slot; the caller holds finalExitSlotMutex.
+void lf_joinFinalExitThread()
+{
+    if (!finalExitThread.joinable()) return;
+    if (finalExitThread.get_id() == std::this_thread::get_id())
+        finalExitThread.detach(); // its own last step; it ends right after
+    else
+        finalExitThread.join();
+}
+
 void lf_startFinalExit(int RESTART_SECONDS)
 {
     ++finalExits;
-    std::thread([RESTART_SECONDS] {
+    std::lock_guard slot(finalExitSlotMutex);
+    lf_joinFinalExitThread();
+    finalExitThread = std::jthread([RESTART_SECONDS] {
         try {
             FinalExit(RESTART_SECONDS);
         } catch (...) {
@@ -166,7 +185,7 @@ void lf_startFinalExit(int RESTART_SECONDS)
             exitInProgress = false;
         }
         --finalExits;
-    }).detach();
+    });
 }
 
 } // namespace
@@ -181,6 +200,12 @@ void FinalExit(int RESTART_SECONDS)
 }
 
 bool gf_finalExitRunning() { return finalExits > 0; }
+
+void gf_joinFinalExit()
+{
+    std::lock_guard slot(finalExitSlotMutex);
+    lf_joinFinalExitThread();
+}
 
 void lf_restartCountdown(int SECONDS)
 {

@@ -8,6 +8,13 @@ namespace orv {
 
 std::atomic<std::int32_t> exitReason{NOT_YET_SET};
 std::atomic<bool> closeDuringExit{false};
+std::atomic<int> processExitStatus{0};
+
+void gf_noteErrorStatus(int STATUS)
+{
+    int none = 0;
+    processExitStatus.compare_exchange_strong(none, STATUS);
+}
 
 namespace {
 std::atomic<ExitStarter> exitStarter{nullptr};
@@ -33,6 +40,7 @@ void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS)
     }
     exitReason = REASON;
     closeDuringExit = false;
+    if (REASON == SYSTEM_ERROR) gf_noteErrorStatus(exitStatusSystemError);
     if (ExitStarter starter = exitStarter.load()) {
         starter(RESTART_SECONDS);
         return;

@@ -25,6 +25,14 @@ const char* gf_exitReasonName(std::int32_t REASON);
 /// exit already under way is remembered in closeDuringExit.
 void gf_requestExit(std::int32_t REASON, int RESTART_SECONDS);
 
+/// What the process answers when it ends: 0, or the status of the error
+/// that stands (any thread sets it; a restart clears it).
+inline constexpr int exitStatusSystemError = 1;
+inline constexpr int exitStatusUserError = 2;
+extern std::atomic<int> processExitStatus;
+/// Notes an error for the exit status; the first error of the session stands.
+void gf_noteErrorStatus(int STATUS);
+
 /// The close button while another exit runs: that exit ends the program.
 extern std::atomic<bool> closeDuringExit;
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 
 namespace orv {
@@ -50,6 +51,9 @@ void gf_logWarning(std::string_view TEXT)
 {
     std::lock_guard lock(logMutex);
     lf_keepRecent("===> ", TEXT);
+    // Nobody may be watching the window or the log: a warning also goes to
+    // stderr, where a service manager or a terminal keeps it.
+    std::fprintf(stderr, "===> %.*s\n", static_cast<int>(TEXT.size()), TEXT.data());
     if (!logStream.is_open()) return;
     logStream << "===> " << TEXT << std::endl;
 }
@@ -79,6 +83,7 @@ void gf_showError(const std::string& TEXT)
     statusStamp = 0;
     errorText = TEXT;
     gf_log(fmt::format("Error {}", TEXT));
+    std::fprintf(stderr, "Error %s\n", TEXT.c_str());
     ++statusGeneration;
 }
 

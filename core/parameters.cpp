@@ -9,6 +9,8 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <cstdlib>
 #include <mutex>
 #include <regex>
@@ -74,6 +76,7 @@ CheckBox KEEP_SIM_TIME_PAR("KEEP_SIM_TIME_PAR", false, "Save");
 IntParameter MAIN_WINDOW_X("MAIN_WINDOW_X", 400, -30000, 30000);
 IntParameter MAIN_WINDOW_Y("MAIN_WINDOW_Y", 20, -30000, 30000);
 IntParameter WINDOW_PORT("WINDOW_PORT", 18600, 0, 65535);
+IntParameter HEADLESS_WAIT_SECONDS("HEADLESS_WAIT_SECONDS", 60, 0, 3600);
 IntParameter LAST_EPOCH_TIME("LAST_EPOCH_TIME", 0, 0, 2147483647);
 IntParameter HOLDING_THRESHOLD_METERS("HOLDING_THRESHOLD_METERS", 250, 10, 4000);
 IntParameter MAX_HOLDING_MINUTES("MAX_HOLDING_MINUTES", 20, 1, 60);
@@ -81,6 +84,8 @@ TextParameter RT_API_URL("RT_API_URL", "https://rtw.flyrealtraffic.com");
 TextParameter RT_LICENSE("RT_LICENSE", "");
 TextParameter DOWNLOAD_URL("DOWNLOAD_URL", "https://downloads.tavo-traffic.net/downloads/");
 Button UNBLOCK_BUTTON("Unblock"), REREAD_BUTTON("Re-read"), FLUSH_STATIC_BUTTON("Flush static");
+
+std::atomic<std::int64_t> parameterWrites{0};
 
 namespace {
 
@@ -106,23 +111,91 @@ bool lf_loadParameters(pugi::xml_document& DOCUMENT, const std::filesystem::path
     return DOCUMENT.load_file(PATH.c_str()) && DOCUMENT.child("parameters");
 }
 
-/// A file that cannot be read is moved aside rather than overwritten: what
-/// it held may still be wanted by the user.
-void lf_keepDamaged(const std::filesystem::path& PATH)
+/// "2026-11-25 00:14 UTC": when a file was last written.
+std::string lf_writtenAt(const std::filesystem::path& PATH)
 {
     std::error_code failed;
-    if (!std::filesystem::exists(PATH, failed)) return;
-    const auto aside = PATH.parent_path() / "parameters.damaged.xml";
+    const auto written = std::filesystem::last_write_time(PATH, failed);
+    if (failed) return "an unknown time";
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(written));
+    const std::time_t t = std::chrono::system_clock::to_time_t(seconds);
+    std::tm parts{};
+    gmtime_r(&t, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M UTC", &parts);
+    return text;
+}
+
+/// A file that cannot be read is moved aside rather than overwritten: what
+/// it held may still be wanted by the user. Each damaged file keeps a name
+/// of its own, so a second damage never replaces the first one kept.
+/// Answers the name it is kept under; empty when it could not be kept.
+std::string lf_keepDamaged(const std::filesystem::path& PATH)
+{
+    std::error_code failed;
+    if (!std::filesystem::exists(PATH, failed)) return {};
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &parts);
+    std::filesystem::path aside = PATH.parent_path() / fmt::format("parameters.damaged-{}.xml", stamp);
+    for (int n = 2; std::filesystem::exists(aside, failed); ++n)
+        aside = PATH.parent_path() / fmt::format("parameters.damaged-{}-{}.xml", stamp, n);
     std::filesystem::rename(PATH, aside, failed);
-    if (failed)
+    if (failed) {
         gf_logWarning(fmt::format("{} unreadable and not kept: {}", PATH.string(), failed.message()));
+        return {};
+    }
+    return aside.filename().string();
+}
+
+/// Writes the document as parameters.xml and as its last good copy, both
+/// whole or not at all.
+bool lf_writeParameters(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
+{
+    ++parameterWrites;
+    if (!gf_writeXmlFile(DOCUMENT, PATH)) return false;
+    // The spare copy is not forced to the disk: parameters.xml is, and the
+    // copy is only read when parameters.xml was damaged from outside.
+    if (!gf_writeXmlFile(DOCUMENT, gf_goodCopyPath(), false)) gf_logWarning("the good copy of parameters.xml not saved");
+    return true;
+}
+
+/// lf_writeParameters with the outcome in the log.
+void lf_writeLogged(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
+{
+    if (lf_writeParameters(DOCUMENT, PATH))
+        gf_log(fmt::format("\"{}\" saved", PATH.string()));
     else
-        gf_logWarning(fmt::format("{} unreadable, kept as {}", PATH.string(), aside.string()));
+        gf_log(fmt::format("could not save to \"{}\"", PATH.string()));
+}
+
+/// A warning the user must see: logged, on stderr and on the message line.
+void lf_tellUser(const std::string& TEXT)
+{
+    gf_logWarning(TEXT);
+    gf_showStatus(TEXT, false);
 }
 
 void lf_take(BoolParameter& P, const char* VALUE) { P.value = gf_readBool(VALUE); }
-void lf_take(IntParameter& P, const char* VALUE) { P.value = gf_readInt(VALUE, P.minimum, P.maximum); }
 void lf_take(TextParameter& P, const char* VALUE) { gf_setText(P, VALUE); }
+void lf_take(IntParameter& P, const char* VALUE) { P.value = gf_readInt(VALUE, P.minimum, P.maximum); }
+
+/// An integer that does not read as one keeps the value it had: the one of
+/// the last good copy when that reads, else the value in memory. Answers
+/// whether the file must be corrected.
+bool lf_take(IntParameter& P, const char* VALUE, const pugi::xml_document& GOOD)
+{
+    if (const auto value = gf_parseInt(VALUE)) {
+        P.value = std::clamp(*value, P.minimum, P.maximum);
+        return false;
+    }
+    const char* kept = GOOD.select_node(lf_query(P.name).c_str()).node().attribute("value").as_string();
+    if (const auto value = gf_parseInt(kept)) P.value = std::clamp(*value, P.minimum, P.maximum);
+    lf_tellUser(fmt::format("{} in parameters.xml: \"{}\" is no number, {} is kept", P.name, VALUE, P.value));
+    return true;
+}
 
 template <typename T>
 void lf_addEntry(pugi::xml_node ROOT, const ParameterOf<T>& P)
@@ -160,12 +233,10 @@ void lf_addAll(pugi::xml_node ROOT, const ParameterLists& LISTS, bool LOG_EACH)
 
 void lf_writeDefaults(const ParameterLists& LISTS, const std::filesystem::path& PATH)
 {
-    lf_keepDamaged(PATH);
-    gf_log(PATH.string() + " not found, default values taken:");
     PROGRAM_VERSION.value = std::string(programVersionText);
     pugi::xml_document document;
     lf_addAll(document.append_child("parameters"), LISTS, true);
-    gf_saveXml(document, PATH);
+    lf_writeLogged(document, PATH);
 }
 
 template <typename T>
@@ -175,10 +246,13 @@ void lf_saveValue(const ParameterOf<T>& PARAMETER)
     std::lock_guard lock(saveMutex);
     const auto path = gf_parametersPath();
     pugi::xml_document document;
-    if (!lf_loadParameters(document, path)) {
+    const bool loaded = lf_loadParameters(document, path);
+    if (!loaded) {
         // Never a file of one parameter: without a readable file the whole
-        // set in memory is written.
-        lf_keepDamaged(path);
+        // set in memory, which is newer than any copy, is written.
+        if (const std::string aside = lf_keepDamaged(path); !aside.empty())
+            lf_tellUser(fmt::format("parameters.xml is damaged; the values in use are saved anew; the damaged file "
+                                    "is kept as {}", aside));
         document.reset();
         lf_addAll(document.append_child("parameters"), gf_parameterLists(), false);
     }
@@ -188,17 +262,24 @@ void lf_saveValue(const ParameterOf<T>& PARAMETER)
         entry.append_attribute("name") = PARAMETER.name.c_str();
     }
     pugi::xml_attribute value = entry.attribute("value");
+    gf_log(fmt::format("{}={}", PARAMETER.name, text));
+    // A value the file already holds is not written again: each write is a
+    // moment in which a crash or a full disk could cost the file.
+    if (loaded && value && text == value.as_string()) return;
     if (!value) value = entry.append_attribute("value");
     value = text.c_str();
-    gf_log(fmt::format("{}={}", PARAMETER.name, text));
-    if (!gf_writeXmlFile(document, path)) gf_log("saving xml did not work?");
+    if (!lf_writeParameters(document, path)) gf_log("saving xml did not work?");
 }
 
-void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH)
+/// Reads every parameter out of DOCUMENT; writes the file only when it
+/// changed (or must be written anyway, CHANGED).
+void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH,
+                     bool CHANGED)
 {
     gf_log(fmt::format("from \"{}\"", PATH.string()));
     pugi::xml_node root = DOCUMENT.child("parameters");
-    if (!root) root = DOCUMENT.append_child("parameters");
+    pugi::xml_document good;
+    bool goodLoaded = false;
     lf_forEach(LISTS, [&](auto& P) {
         pugi::xml_node entry = DOCUMENT.select_node(lf_query(P.name).c_str()).node();
         if (lf_isFolderEntry(P.name)) {
@@ -207,17 +288,49 @@ void lf_readExisting(const ParameterLists& LISTS, pugi::xml_document& DOCUMENT, 
             if (lf_valueText(P).empty()) {
                 root.remove_child(entry);
                 gf_log("Parameter " + P.name + " removed");
+                CHANGED = true;
             }
             return;
         }
         if (!entry) {
             lf_addEntry(root, P);
+            CHANGED = true;
             return;
         }
-        lf_take(P, entry.attribute("value").as_string());
+        if constexpr (std::is_same_v<std::decay_t<decltype(P)>, IntParameter>) {
+            if (!gf_parseInt(entry.attribute("value").as_string()) && !goodLoaded) {
+                goodLoaded = true;
+                lf_loadParameters(good, gf_goodCopyPath());
+            }
+            if (lf_take(P, entry.attribute("value").as_string(), good)) {
+                entry.attribute("value").set_value(lf_valueText(P).c_str());
+                CHANGED = true;
+            }
+        } else {
+            lf_take(P, entry.attribute("value").as_string());
+        }
         gf_log(fmt::format("{}={}", P.name, lf_valueText(P)));
     });
-    gf_saveXml(DOCUMENT, PATH);
+    if (CHANGED) lf_writeLogged(DOCUMENT, PATH);
+}
+
+/// parameters.xml is there but cannot be read: it is kept aside, and the
+/// last good copy takes its place when there is one.
+void lf_readDamaged(const ParameterLists& LISTS, const std::filesystem::path& PATH)
+{
+    const std::string aside = lf_keepDamaged(PATH);
+    const std::string kept = aside.empty() ? std::string("not kept") : "kept as " + aside;
+    pugi::xml_document good;
+    if (lf_loadParameters(good, gf_goodCopyPath())) {
+        lf_tellUser(fmt::format("parameters.xml is damaged; the last good copy from {} is used; the damaged file is {}",
+                                lf_writtenAt(gf_goodCopyPath()), kept));
+        lf_readExisting(LISTS, good, PATH, true);
+        return;
+    }
+    lf_tellUser(fmt::format("parameters.xml is damaged and no good copy is left; default values are used; the "
+                            "damaged file is {}",
+                            kept));
+    lf_writeDefaults(LISTS, PATH);
 }
 
 } // namespace
@@ -233,7 +346,7 @@ ParameterLists gf_parameterLists()
                         &STRAIGHT_PBS_ONLY, &PARK_FAKE, &WEEK, &PARK_SOFT, &INITIAL_LOAD_ONLY,
                         &RT_PARKTRAFFIC_ONLY, &SIM_TIME, &KEEP_SIM_TIME_PAR};
     lists.ints = {&CUSTOM_PARKING_PERCENTAGE, &MAX_FIT, &MAIN_WINDOW_X, &MAIN_WINDOW_Y, &WINDOW_PORT,
-                  &LAST_EPOCH_TIME, &HOLDING_THRESHOLD_METERS, &MAX_HOLDING_MINUTES};
+                  &HEADLESS_WAIT_SECONDS, &LAST_EPOCH_TIME, &HOLDING_THRESHOLD_METERS, &MAX_HOLDING_MINUTES};
     lists.intBoxes = {&AI_PACKAGE_ORDER, &MATCHING_DEPTH, &LATERAL_RANGE, &AUTO_RANGE_ABOVE_HEIGHT,
                       &CUSTOM_MAX_PARK, &MAX_LIVE, &AIRPORT_RANGE, &AIRPORT_HEIGHT,
                       &TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS};
@@ -245,6 +358,17 @@ ParameterLists gf_parameterLists()
 }
 
 std::filesystem::path gf_parametersPath() { return userFolder / "parameters.xml"; }
+std::filesystem::path gf_goodCopyPath() { return userFolder / "parameters.good.xml"; }
+
+std::optional<int> gf_parseInt(const char* VALUE)
+{
+    if (VALUE == nullptr) return std::nullopt;
+    const char* at = VALUE;
+    while (*at == ' ' || *at == '\t') ++at;
+    if (*at == '+' || *at == '-') ++at;
+    if (*at < '0' || *at > '9') return std::nullopt;
+    return std::atoi(VALUE);
+}
 
 bool gf_readBool(const char* VALUE)
 {
@@ -268,10 +392,15 @@ void lf_readParameters(const ParameterLists& LISTS)
     pugi::xml_document document;
     {
         std::lock_guard lock(saveMutex);
-        if (lf_loadParameters(document, path))
-            lf_readExisting(LISTS, document, path);
-        else
+        std::error_code failed;
+        if (lf_loadParameters(document, path)) {
+            lf_readExisting(LISTS, document, path, false);
+        } else if (std::filesystem::exists(path, failed)) {
+            lf_readDamaged(LISTS, path);
+        } else {
+            gf_log(path.string() + " not found, default values taken:");
             lf_writeDefaults(LISTS, path);
+        }
     }
     MAX_FIT_FL.value = gf_maxFitHours(MAX_FIT.value);
     lf_versionUpdate();

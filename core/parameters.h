@@ -9,7 +9,9 @@
 // them (commands that restart, FinalExit).
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <optional>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -142,6 +144,9 @@ extern CheckBox KEEP_SIM_TIME_PAR;
 extern IntParameter MAIN_WINDOW_X;
 extern IntParameter MAIN_WINDOW_Y;
 extern IntParameter WINDOW_PORT; ///< the window's local web address 127.0.0.1:PORT; 0 picks a free port
+/// Seconds an error at start-up waits for a page to show it; with none open
+/// by then the process ends with the error's status instead of idling.
+extern IntParameter HEADLESS_WAIT_SECONDS;
 extern IntParameter LAST_EPOCH_TIME; ///< Unix seconds of the last contact with the traffic service
 extern IntParameter HOLDING_THRESHOLD_METERS;
 extern IntParameter MAX_HOLDING_MINUTES;
@@ -165,16 +170,24 @@ ParameterLists gf_parameterLists();
 
 /// The file in the user folder.
 std::filesystem::path gf_parametersPath();
+/// The last good copy: written beside parameters.xml with every write of
+/// it, read when parameters.xml is found damaged.
+std::filesystem::path gf_goodCopyPath();
+/// Writes of parameters.xml in this process (any thread).
+extern std::atomic<std::int64_t> parameterWrites;
 
 /// Reads parameters.xml, adds what it lacks, handles a version change. A
-/// damaged file is kept aside and replaced by the values in memory.
+/// damaged file is kept aside under a name of its own and the last good copy
+/// is read in its place (the defaults when there is none); the user is told.
+/// The file is written only when what it holds changed.
 void lf_readParameters(const ParameterLists& LISTS);
 /// Stores the version that runs; after an update forces both scans.
 void lf_versionUpdate();
 
 /// Stores one value in parameters.xml at once; callable from any thread. A
-/// file that cannot be read is kept aside as parameters.damaged.xml and the
-/// whole set in memory is written instead.
+/// value the file already holds is not written again. A file that cannot be
+/// read is kept aside (parameters.damaged-<time>.xml) and the whole set in
+/// memory is written instead.
 void gf_save(const BoolParameter& PARAMETER);
 void gf_save(const IntParameter& PARAMETER);
 void gf_save(const TextParameter& PARAMETER);
@@ -190,6 +203,9 @@ void gf_setText(TextParameter& PARAMETER, std::string VALUE);
 /// integer is converted like atoi and clamped.
 bool gf_readBool(const char* VALUE);
 int gf_readInt(const char* VALUE, int MINIMUM, int MAXIMUM);
+/// An integer as atoi reads it, or nothing when the text holds no number at
+/// all ("forty", ""): such a value keeps the one the parameter had.
+std::optional<int> gf_parseInt(const char* VALUE);
 
 /// The window position stored at the last exit; a value on a limit (a window
 /// minimised far outside) is replaced by the default. No log line.

@@ -123,8 +123,8 @@ std::string gf_wideToUtf8(std::wstring_view TEXT)
 
 namespace {
 
-/// Writes all of TEXT to a new file and forces it to the disk.
-bool lf_writeDurably(const fs::path& PATH, std::string_view TEXT)
+/// Writes all of TEXT to a new file and, when DURABLE, forces it to the disk.
+bool lf_writeWhole(const fs::path& PATH, std::string_view TEXT, bool DURABLE)
 {
     const int fd = ::open(PATH.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) return false;
@@ -135,7 +135,7 @@ bool lf_writeDurably(const fs::path& PATH, std::string_view TEXT)
         ok = n > 0;
         if (ok) done += static_cast<std::size_t>(n);
     }
-    ok = ok && ::fsync(fd) == 0;
+    ok = ok && (!DURABLE || ::fsync(fd) == 0);
     ok = ::close(fd) == 0 && ok;
     if (!ok) ::unlink(PATH.c_str());
     return ok;
@@ -152,14 +152,14 @@ void lf_syncFolder(const fs::path& FOLDER)
 
 } // namespace
 
-bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const fs::path& PATH)
+bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const fs::path& PATH, bool DURABLE)
 {
     std::ostringstream text;
     DOCUMENT.save(text, "  ");
     const fs::path temporary = PATH.string() + ".tmp";
-    if (!lf_writeDurably(temporary, text.view()) || saveStopsBeforeRename) return false;
+    if (!lf_writeWhole(temporary, text.view(), DURABLE) || saveStopsBeforeRename) return false;
     if (::rename(temporary.c_str(), PATH.c_str()) != 0) return false;
-    lf_syncFolder(PATH.parent_path());
+    if (DURABLE) lf_syncFolder(PATH.parent_path());
     return true;
 }
 

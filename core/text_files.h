@@ -46,9 +46,10 @@ std::string gf_wideToUtf8(std::wstring_view TEXT);
 extern std::atomic<bool> saveStopsBeforeRename;
 
 /// Writes an XML document whole or not at all: into "<path>.tmp" in the same
-/// folder, forced to the disk, then renamed over PATH. A kill at any moment
+/// folder, forced to the disk (unless not DURABLE: a spare copy that may lag
+/// behind after a power cut), then renamed over PATH. A kill at any moment
 /// leaves the old file or the new one. Answers whether it worked; no log.
-bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH);
+bool gf_writeXmlFile(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH, bool DURABLE = true);
 /// gf_writeXmlFile, and logs the outcome.
 bool gf_saveXml(const pugi::xml_document& DOCUMENT, const std::filesystem::path& PATH);
 

@@ -30,7 +30,10 @@ extern std::atomic<bool> autoRangeActive;
 extern std::atomic<std::int32_t> qnhEngine;
 
 /// Logs in on the weather client (the two-second hold between logins is the
-/// caller's). Throws UserErrorException 402/404/405 and SysErrorException 500.
+/// caller's). Throws UserErrorException 402/404. An outage (no answer, a 5xx)
+/// and an earlier session the server still holds (405) are waited out: the
+/// login is tried again, less and less often, until it works or a stop flag
+/// comes up. A parameter fault (400) leaves no session.
 void lf_startRt();
 /// Logs out; empties the session identifier of both readers.
 void lf_rtDeauth();
@@ -40,6 +43,9 @@ bool gf_rtSessionExists();
 void gf_stopReaders();
 void gf_startWeatherReader();
 void gf_startTrafficReader();
+/// Waits up to MS milliseconds for every reader thread of the process to
+/// end (the process's end); false when one is still running.
+bool gf_waitReadersEnded(int MS);
 /// The weather reader has finished its first round (or has ended).
 bool gf_weatherReceived();
 /// The newest timestamp the traffic reader has read; 0 before the first line.

@@ -38,6 +38,7 @@ std::shared_ptr<FeedSession> runningSession;
 std::atomic<std::uint64_t> sessionNumbers{0};
 
 constexpr int refusedLoginWaitMs = 10000;
+constexpr int loginRetryMs = 5000; ///< the first wait before a login is tried again; it doubles up to maxBackoffMs
 
 void lf_makeCurrent(std::uint64_t NUMBER)
 {
@@ -104,22 +105,38 @@ void gf_noteServiceContact()
 void lf_startRt()
 {
     const auto session = gf_newFeedSession();
-    std::int32_t status = 0;
-    if (lf_rtAuth(session->weather, status)) {
-        gf_setGuid(session->traffic, gf_guidOf(session->weather));
-        return;
-    }
-    switch (status) {
-    case statusLicenceExpired:
-    case statusLicenceUnknown:
-        lf_refuseLogin(status,
-                       fmt::format("The RT server refused the login with status {}: check the license", status));
-    case statusSecondSession:
-        lf_refuseLogin(status, "More than one RealTraffic session is not possible, do not run the RealTraffic app");
-    case statusDatabaseFault:
-        throw SysErrorException(statusDatabaseFault, "No RT database connection");
-    default:
-        break; // the readers find no session and end at once
+    for (int failed = 0;; ++failed) {
+        std::int32_t status = 0;
+        if (lf_rtAuth(session->weather, status)) {
+            gf_setGuid(session->traffic, gf_guidOf(session->weather));
+            if (failed > 0) gf_log(fmt::format("Logged in to the RT server after {} tries", failed + 1));
+            return;
+        }
+        const int waitMs = gf_backoffMs(loginRetryMs, failed);
+        switch (status) {
+        case statusLicenceExpired:
+        case statusLicenceUnknown:
+            lf_refuseLogin(status,
+                           fmt::format("The RT server refused the login with status {}: check the license", status));
+        case statusParameterFault: return; // the readers find no session and end at once
+        case statusSecondSession:
+            // After a crash the server still holds the old session for a
+            // while; it ends it by itself, so the login is tried until then.
+            gf_showStatus(fmt::format("More than one RealTraffic session is not possible: the RT server still holds "
+                                      "an earlier session, trying again in {} seconds until it ends it",
+                                      waitMs / 1000),
+                          true);
+            break;
+        default: {
+            // The service is down, unreachable or in trouble: waited out.
+            const std::string why = session->weather.failure.empty() ? fmt::format("status {}", status)
+                                                                     : session->weather.failure;
+            gf_showStatus(fmt::format("The RT server cannot be reached ({}), trying again in {} seconds", why,
+                                      waitMs / 1000),
+                          true);
+        }
+        }
+        if (!gf_sleepUnlessStopped(waitMs)) return;
     }
 }
 
@@ -170,20 +187,36 @@ double gf_trafficLastTimestamp()
     return session ? session->traffic.lastTimestamp.load() : 0.0;
 }
 
-void gf_startWeatherReader()
+namespace {
+
+/// Reader threads of every session that have not ended yet.
+std::atomic<int> readerThreadsAlive{0};
+
+/// A detached reader; it is counted until its session reference is gone too.
+void lf_startReader(void (*BODY)(std::shared_ptr<FeedSession>))
 {
-    if (auto session = gf_feedSession()) {
-        ++session->readersRunning;
-        std::thread(lf_weatherReader, std::move(session)).detach();
-    }
+    auto session = gf_feedSession();
+    if (!session) return;
+    ++session->readersRunning;
+    ++readerThreadsAlive;
+    std::thread([BODY, session = std::move(session)]() mutable {
+        BODY(std::move(session));
+        --readerThreadsAlive;
+    }).detach();
 }
 
-void gf_startTrafficReader()
+} // namespace
+
+void gf_startWeatherReader() { lf_startReader(&lf_weatherReader); }
+
+void gf_startTrafficReader() { lf_startReader(&lf_trafficReader); }
+
+bool gf_waitReadersEnded(int MS)
 {
-    if (auto session = gf_feedSession()) {
-        ++session->readersRunning;
-        std::thread(lf_trafficReader, std::move(session)).detach();
-    }
+    constexpr int sliceMs = 10;
+    for (int waited = 0; readerThreadsAlive > 0 && waited < MS; waited += sliceMs)
+        std::this_thread::sleep_for(std::chrono::milliseconds(sliceMs));
+    return readerThreadsAlive == 0;
 }
 
 void gf_takeSeenSets(std::set<std::string>& CALLSIGNS, std::set<std::uint32_t>& HEXIDS)

@@ -41,6 +41,10 @@ void gf_noteServiceContact();
 /// The readers' bodies, on their own threads.
 void lf_weatherReader(std::shared_ptr<FeedSession> SESSION);
 void lf_trafficReader(std::shared_ptr<FeedSession> SESSION);
+/// Milliseconds of failed requests in a row after which a reader restarts
+/// the session; also the least time between two such restarts. Tests shorten it.
+extern std::atomic<std::int32_t> outageRestartMs;
+
 /// The end of a reader: logs and reports an error and stops the other one.
 void lf_readerStopped(bool RESTART_SESSION, const char* READER_NAME);
 

@@ -3,6 +3,8 @@
 // until an error, a stop, or the logout.
 #include <fmt/format.h>
 
+#include <chrono>
+
 #include "core/errors.h"
 #include "core/flags.h"
 #include "core/exit_request.h"
@@ -16,6 +18,42 @@ namespace orv {
 namespace {
 
 constexpr int restartAfterSeconds = 15;
+constexpr int outageRestartDelaySeconds = 5;
+/// steady_clock milliseconds of the last restart for an outage; 0: none yet.
+std::atomic<std::int64_t> lastOutageRestartMs{0};
+
+std::int64_t lf_steadyMs()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+/// A long outage may have cost the session itself: after outageRestartMs of
+/// failures in a row the session starts again, logging in anew, but never
+/// twice within outageRestartMs.
+void lf_restartAfterLongOutage(const RtClient& CLIENT)
+{
+    const std::int64_t now = lf_steadyMs(), limit = outageRestartMs;
+    const std::int64_t failingMs = now - std::chrono::duration_cast<std::chrono::milliseconds>(
+                                             CLIENT.failingSince.time_since_epoch())
+                                             .count();
+    if (failingMs < limit) return;
+    std::int64_t last = lastOutageRestartMs;
+    if (last != 0 && now - last < limit) return;
+    if (!lastOutageRestartMs.compare_exchange_strong(last, now)) return;
+    gf_logWarning(fmt::format("{} The RT service has failed for {} seconds ({}): the session starts again",
+                              gf_timeOfDay(), failingMs / 1000, CLIENT.failure));
+    gf_requestExit(RESTART, outageRestartDelaySeconds);
+}
+
+/// The hold after a cycle, and the watch over a long outage.
+std::int32_t lf_holdAfterCycle(RtClient& CLIENT, std::int32_t PACE_MS)
+{
+    const std::int32_t hold = gf_holdAfter(CLIENT, PACE_MS);
+    if (CLIENT.failedInRow > 0 && gf_clientIsCurrent(CLIENT) && !CLIENT.stopRequested)
+        lf_restartAfterLongOutage(CLIENT);
+    return hold;
+}
 constexpr std::int32_t statusException = -1; ///< internal: the body ended by an exception
 
 struct ReaderSide {
@@ -69,7 +107,7 @@ std::int32_t lf_weatherLoop(FeedSession& S)
         if (lf_rtWeather(w, S.traffic, status) == CycleEnd::endLoop) return status;
         S.weatherRoundDone = true;
         if (w.stopRequested) return statusStopped;
-        gf_holdReader(w, w.wrrl);
+        gf_holdReader(w, lf_holdAfterCycle(w, w.wrrl));
     }
 }
 
@@ -109,7 +147,7 @@ std::int32_t lf_trafficLoop(FeedSession& S)
         if (!t.lines.empty()) lf_handOverLines(t, liveDelaySeconds);
         if (end == CycleEnd::endLoop) return status;
         if (t.stopRequested) return statusStopped;
-        gf_holdReader(t, t.rrl);
+        gf_holdReader(t, lf_holdAfterCycle(t, t.rrl));
     }
 }
 
@@ -144,6 +182,8 @@ void lf_trafficReader(std::shared_ptr<FeedSession> SESSION)
     lf_runReader(SESSION, lf_trafficSide(), s.traffic, s.weather, lf_trafficLoop);
     --s.readersRunning;
 }
+
+std::atomic<std::int32_t> outageRestartMs{60000};
 
 void lf_readerStopped(bool RESTART_SESSION, const char* READER_NAME)
 {

@@ -3,6 +3,7 @@
 // the session identifier and the reader's hold.
 #include "feed/rt_client.h"
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <new>
@@ -22,6 +23,8 @@ int curlClients = 0; ///< guarded by curlGlobalLock
 
 constexpr std::int32_t holdSliceMs = 50;
 constexpr std::size_t trafficContentReserve = 16384;
+constexpr long connectTimeoutMs = 10000;
+constexpr long requestTimeoutMs = 30000;
 
 /// Cleans the easy handle up however the request ends.
 struct HandleGuard {
@@ -119,9 +122,33 @@ void gf_holdReader(RtClient& CLIENT, std::int32_t MS)
     }
 }
 
+std::int32_t gf_backoffMs(std::int32_t PACE_MS, int FAILED)
+{
+    constexpr int maxDoublings = 8;
+    const std::int64_t pace = std::max<std::int32_t>(PACE_MS, 1);
+    const std::int64_t hold = pace << std::clamp(FAILED, 0, maxDoublings);
+    return static_cast<std::int32_t>(std::max<std::int64_t>(pace, std::min<std::int64_t>(hold, maxBackoffMs)));
+}
+
+std::int32_t gf_holdAfter(RtClient& CLIENT, std::int32_t PACE_MS)
+{
+    if (CLIENT.failure.empty()) {
+        if (CLIENT.failedInRow > 0)
+            gf_log(fmt::format("{} RT service answers again after {} failed requests", gf_timeOfDay(), CLIENT.failedInRow));
+        CLIENT.failedInRow = 0;
+        return PACE_MS;
+    }
+    if (CLIENT.failedInRow++ == 0) {
+        CLIENT.failingSince = std::chrono::steady_clock::now();
+        gf_logWarning(fmt::format("{} RT service fails ({}): waiting and trying again", gf_timeOfDay(), CLIENT.failure));
+    }
+    return gf_backoffMs(PACE_MS, CLIENT.failedInRow);
+}
+
 bool gf_postForm(RtClient& CLIENT, const RequestShape& SHAPE, const std::string& BODY)
 {
     CLIENT.content.clear();
+    CLIENT.failure.clear();
     CLIENT.curlHandle = curl_easy_init();
     if (CLIENT.curlHandle == nullptr) {
         gf_log("curl init error ?");
@@ -134,8 +161,15 @@ bool gf_postForm(RtClient& CLIENT, const RequestShape& SHAPE, const std::string&
     curl_easy_setopt(CLIENT.curlHandle, CURLOPT_POSTFIELDS, BODY.c_str());
     curl_easy_setopt(CLIENT.curlHandle, CURLOPT_WRITEDATA, &CLIENT.content);
     curl_easy_setopt(CLIENT.curlHandle, CURLOPT_WRITEFUNCTION, callbackwriter);
+    // A service that never answers must not hold a reader for ever: the
+    // request fails after a while and is tried again like any outage.
+    // No signals: the name lookup's time-out must not use them in threads.
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectTimeoutMs));
+    curl_easy_setopt(CLIENT.curlHandle, CURLOPT_TIMEOUT_MS, static_cast<long>(requestTimeoutMs));
     const CURLcode code = curl_easy_perform(CLIENT.curlHandle);
     if (code != CURLE_OK) {
+        CLIENT.failure = curl_easy_strerror(code);
         gf_log(fmt::format(fmt::runtime(SHAPE.curlFailure), gf_timeOfDay(), curl_easy_strerror(code)));
         return false;
     }

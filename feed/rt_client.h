@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <initializer_list>
 #include <mutex>
@@ -35,6 +36,9 @@ inline constexpr std::int32_t statusSecondSession = 405;
 inline constexpr std::int32_t statusSlowDown = 406;
 inline constexpr std::int32_t statusDatabaseFault = 500;
 inline constexpr std::int32_t statusStopped = 9999; ///< internal: stopped on request, no error
+
+/// A 5xx status: the service is in trouble, not the request; it is waited out.
+inline bool gf_isServerFault(std::int32_t STATUS) { return STATUS >= 500 && STATUS < 600; }
 
 /// Milliseconds of either pace until the service names one.
 inline constexpr std::int32_t startPaceMs = 2000;
@@ -68,6 +72,11 @@ struct RtClient {
     std::int32_t wrrl = startPaceMs; ///< ms, the weather pace
     std::atomic<bool> stopRequested{false};
     nlohmann::json line;        ///< the array being decoded
+
+    // An outage as this client's reader sees it (its own thread only).
+    std::string failure;        ///< why the running request failed; empty when it did not
+    int failedInRow = 0;        ///< requests failed one after the other
+    std::chrono::steady_clock::time_point failingSince{}; ///< the first of them
 
     // The traffic reader's decoding.
     std::vector<TrafficLine> lines;     ///< of the running answer
@@ -115,6 +124,15 @@ std::string gf_answerText(const nlohmann::json& ANSWER, const char* KEY, const s
 
 /// Holds the reader for MS milliseconds, in slices, ending early on a stop.
 void gf_holdReader(RtClient& CLIENT, std::int32_t MS);
+
+/// The hold after a request, by what it left in CLIENT.failure: the pace
+/// after a good one; after failures in a row a longer one, doubling up to
+/// maxBackoffMs, never shorter than the pace. Logs the start and the end of
+/// an outage.
+std::int32_t gf_holdAfter(RtClient& CLIENT, std::int32_t PACE_MS);
+/// Milliseconds to hold after FAILED requests in a row at PACE_MS.
+std::int32_t gf_backoffMs(std::int32_t PACE_MS, int FAILED);
+inline constexpr std::int32_t maxBackoffMs = 30000;
 
 // --- the requests -------------------------------------------------------------
 bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS);

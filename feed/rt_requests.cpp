@@ -89,7 +89,7 @@ bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS)
             STATUS = gf_answerStatus(answer);
             const bool refused = STATUS == statusParameterFault || STATUS == statusLicenceExpired
                                  || STATUS == statusLicenceUnknown || STATUS == statusSecondSession
-                                 || STATUS == statusDatabaseFault;
+                                 || gf_isServerFault(STATUS);
             if (!refused) {
                 CLIENT.rrl = gf_answerInt(answer, "rrl", startPaceMs);
                 CLIENT.wrrl = gf_answerInt(answer, "wrrl", startPaceMs);
@@ -102,6 +102,7 @@ bool lf_rtAuth(RtClient& CLIENT, std::int32_t& STATUS)
             }
         }
     } catch (const std::exception& e) {
+        CLIENT.failure = e.what();
         gf_log(fmt::format(fmt::runtime(authShape.exceptionLog), e.what()));
     }
     gf_noteServiceContact();
@@ -147,6 +148,7 @@ bool lf_rtNearestMetar(RtClient& CLIENT, std::int32_t& STATUS)
                                               {"lon", lf_degrees(position.lon)}});
         if (gf_postForm(CLIENT, nearestMetarShape, body)) {
             if (CLIENT.content.empty()) {
+                CLIENT.failure = "empty answer";
                 gf_log("nearest metar: empty content");
             } else {
                 const auto answer = nlohmann::json::parse(CLIENT.content);
@@ -165,12 +167,14 @@ bool lf_rtNearestMetar(RtClient& CLIENT, std::int32_t& STATUS)
                         }
                         weatherValid = ok;
                     }
-                } else if (STATUS == statusSlowDown || STATUS == statusDatabaseFault) {
+                } else if (STATUS == statusSlowDown || gf_isServerFault(STATUS)) {
+                    if (gf_isServerFault(STATUS)) CLIENT.failure = fmt::format("status {}", STATUS);
                     gf_log(fmt::format("{} json nearestmetar {}", STATUS, gf_answerText(answer, "message", "")));
                 }
             }
         }
     } catch (const std::exception& e) {
+        CLIENT.failure = e.what();
         gf_log(fmt::format(fmt::runtime(nearestMetarShape.exceptionLog), e.what()));
     }
     gf_holdReader(CLIENT, CLIENT.wrrl);
@@ -196,12 +200,14 @@ CycleEnd lf_rtWeather(RtClient& CLIENT, RtClient& TRAFFIC, std::int32_t& STATUS)
                                               {"airports", gf_metarStation()}});
         if (!gf_postForm(CLIENT, weatherShape, body)) return CycleEnd::goOn;
         if (CLIENT.content.empty()) {
+            CLIENT.failure = "empty answer";
             gf_log("Empty content?, no QNH to be found");
             return CycleEnd::goOn;
         }
         const auto answer = nlohmann::json::parse(CLIENT.content);
         STATUS = gf_answerStatus(answer);
-        if (STATUS == statusSlowDown || STATUS == statusDatabaseFault) {
+        if (STATUS == statusSlowDown || gf_isServerFault(STATUS)) {
+            if (gf_isServerFault(STATUS)) CLIENT.failure = fmt::format("status {}", STATUS);
             gf_log(fmt::format("{} json weather {}", STATUS, gf_answerText(answer, "message", "")));
             return CycleEnd::goOn;
         }
@@ -210,6 +216,7 @@ CycleEnd lf_rtWeather(RtClient& CLIENT, RtClient& TRAFFIC, std::int32_t& STATUS)
         const auto data = answer.find("data");
         gf_takeQnh(data == answer.end() ? nlohmann::json() : *data, CLIENT.content, TRAFFIC);
     } catch (const std::exception& e) {
+        CLIENT.failure = e.what();
         gf_log(fmt::format(fmt::runtime(weatherShape.exceptionLog), e.what()));
     }
     return CycleEnd::goOn;
@@ -248,12 +255,15 @@ bool lf_rtBufferTraffic(RtClient& CLIENT, std::int32_t& STATUS)
                                               {"buffertime", std::to_string(bufferTimeSeconds)}});
         if (gf_postForm(CLIENT, bufferShape, body)) {
             if (CLIENT.content.empty()) {
+                CLIENT.failure = "empty answer";
                 gf_log("buffer traffic: empty content");
             } else {
                 auto answer = nlohmann::json::parse(CLIENT.content);
                 STATUS = gf_answerStatus(answer);
                 if (STATUS == statusSlowDown) {
                     gf_log(fmt::format(" buffer traffic msg {}", gf_answerText(answer, "message", "")));
+                } else if (gf_isServerFault(STATUS)) {
+                    CLIENT.failure = fmt::format("status {}", STATUS);
                 } else if (STATUS == statusGood) {
                     CLIENT.rrl = gf_answerInt(answer, "rrl", startPaceMs);
                     CLIENT.collectSeen = true;
@@ -272,6 +282,7 @@ bool lf_rtBufferTraffic(RtClient& CLIENT, std::int32_t& STATUS)
         }
     } catch (const std::exception& e) {
         CLIENT.lines.clear();
+        CLIENT.failure = e.what();
         gf_log(fmt::format(fmt::runtime(bufferShape.exceptionLog), e.what()));
     }
     gf_holdReader(CLIENT, CLIENT.rrl);
@@ -294,6 +305,7 @@ CycleEnd lf_rtTraffic(RtClient& CLIENT, std::int32_t& STATUS)
             return CycleEnd::goOn;
         }
         if (CLIENT.content.empty()) {
+            CLIENT.failure = "empty answer";
             gf_log("traffic receive: empty content");
             return CycleEnd::goOn;
         }
@@ -301,6 +313,12 @@ CycleEnd lf_rtTraffic(RtClient& CLIENT, std::int32_t& STATUS)
         STATUS = gf_answerStatus(answer);
         if (STATUS == statusSlowDown) {
             gf_log(fmt::format("curl traffic msg {}", gf_answerText(answer, "message", "")));
+            return CycleEnd::goOn;
+        }
+        if (gf_isServerFault(STATUS)) {
+            // A server in trouble is waited out, not taken for the end.
+            CLIENT.failure = fmt::format("status {}", STATUS);
+            gf_log(fmt::format("{} json traffic {}", STATUS, gf_answerText(answer, "message", "")));
             return CycleEnd::goOn;
         }
         if (STATUS != statusGood) return CycleEnd::endLoop;
@@ -311,6 +329,7 @@ CycleEnd lf_rtTraffic(RtClient& CLIENT, std::int32_t& STATUS)
     } catch (const std::exception& e) {
         // What was decoded before the fault is of a broken answer: none of it goes on.
         CLIENT.lines.clear();
+        CLIENT.failure = e.what();
         gf_log(fmt::format(fmt::runtime(trafficShape.exceptionLog), e.what()));
     }
     return CycleEnd::goOn;

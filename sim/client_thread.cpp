@@ -20,11 +20,14 @@
 namespace orv {
 
 HANDLE simHandle = nullptr;
+bool simQuit = false;
 std::atomic<std::int32_t> simOpenAttempts{0};
 
 namespace {
 
 constexpr int openRetryMs = 1000;
+/// A simulator that went away: the new session starts after this many seconds.
+constexpr int simGoneRestartSeconds = 2;
 constexpr int retrySliceMs = 10;
 constexpr auto dispatchPause = std::chrono::milliseconds(1);
 
@@ -43,7 +46,7 @@ void lf_waitBeforeRetry(const std::stop_token& STOP)
 void lf_dispatchLoop(const std::stop_token& STOP)
 {
     gf_timeBeginPeriod();
-    while (!STOP.stop_requested()) {
+    while (!STOP.stop_requested() && !simQuit) {
         lf_dispatchWaiting();
         std::this_thread::sleep_until(std::chrono::steady_clock::now() + dispatchPause);
     }
@@ -73,6 +76,13 @@ void lf_runClient(const std::stop_token& STOP)
         lf_resetDispatchState();
         lf_setUpSimSession();
         lf_dispatchLoop(STOP);
+        if (simQuit) {
+            // The simulator was closed or the connection lost: this session's
+            // objects and queues belong to that simulator. The session ends
+            // and a new one waits for the simulator to come back.
+            lf_closeSimSession();
+            break;
+        }
     }
     gf_rememberUserStand();
 }
@@ -132,8 +142,11 @@ void lf_closeSimSession()
 {
     if (!lf_closeConnection()) return;
     if (!exitInProgress) {
-        gf_log(fmt::format("{} Flight Simulator no longer connected, {} will stop ...", gf_timeOfDay(), programName));
-        gf_requestExit(SIM_WAS_CLOSED, 0);
+        // Users close and start the simulator all the time: the program
+        // waits for it again rather than ending.
+        gf_logWarning(fmt::format("{} Flight Simulator no longer connected, {} waits for it again ...", gf_timeOfDay(),
+                                  programName));
+        gf_requestExit(RESTART, simGoneRestartSeconds);
     }
 }
 

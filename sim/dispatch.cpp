@@ -128,6 +128,7 @@ void lf_resetDispatchState()
     pendingObjects.clear();
     pendingObjects.reserve(64);
     frameCount = 0;
+    simQuit = false;
 }
 
 void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void*)
@@ -136,7 +137,10 @@ void CALLBACK dispatch(SIMCONNECT_RECV* RECORD, DWORD SIZE, void*)
     switch (RECORD->dwID) {
     case SIMCONNECT_RECV_ID_EXCEPTION: lf_simException(*static_cast<SIMCONNECT_RECV_EXCEPTION*>(RECORD)); break;
     case SIMCONNECT_RECV_ID_OPEN: lf_simOpened(*static_cast<SIMCONNECT_RECV_OPEN*>(RECORD)); break;
-    case SIMCONNECT_RECV_ID_QUIT: simRunning = false; break;
+    case SIMCONNECT_RECV_ID_QUIT:
+        simRunning = false;
+        simQuit = true;
+        break;
     case SIMCONNECT_RECV_ID_EVENT: lf_event(*static_cast<SIMCONNECT_RECV_EVENT*>(RECORD)); break;
     case SIMCONNECT_RECV_ID_EVENT_OBJECT_ADDREMOVE:
         lf_objectAddRemove(*static_cast<SIMCONNECT_RECV_EVENT_OBJECT_ADDREMOVE*>(RECORD));

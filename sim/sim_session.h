@@ -17,6 +17,9 @@ namespace orv {
 
 /// The session's handle; set and cleared by the client thread under simLock.
 extern HANDLE simHandle;
+/// Client thread only: the simulator said QUIT (or the connection was lost,
+/// which the client library reports the same way); the session with it is over.
+extern bool simQuit;
 
 // --- identifiers: the program's own, consistent between calls and dispatch ----
 enum SimSystemEvent : DWORD {

@@ -13,6 +13,8 @@ namespace orv {
 bool gf_openWindow();
 /// Stops serving; open pages reconnect to the next process by themselves.
 void gf_closeWindowServer();
+/// Pages showing the window now (their event streams are open).
+int gf_pagesOpen();
 /// The port in use; 0 while the window is closed.
 int gf_windowPort();
 /// "http://127.0.0.1:PORT/"; empty while the window is closed.

@@ -50,6 +50,17 @@ struct WindowServer {
     std::string trafficText;              ///< serialised once, shared by every open traffic page
 };
 
+/// Event streams open now, one per page; any thread reads it.
+std::atomic<int> pagesOpen{0};
+
+/// Counts a page's stream for as long as its provider lives.
+struct PageOpen {
+    PageOpen() { ++pagesOpen; }
+    ~PageOpen() { --pagesOpen; }
+    PageOpen(const PageOpen&) = delete;
+    PageOpen& operator=(const PageOpen&) = delete;
+};
+
 std::mutex serverMutex; ///< the pointer below; a leaf lock
 std::unique_ptr<WindowServer> server;
 
@@ -156,8 +167,9 @@ bool lf_write(httplib::DataSink& SINK, std::string& OUT, std::chrono::steady_clo
 void lf_events(WindowServer& S, httplib::Response& RES)
 {
     auto stream = std::make_shared<BandStream>();
+    auto open = std::make_shared<PageOpen>();
     RES.set_header("Cache-Control", "no-store");
-    RES.set_chunked_content_provider("text/event-stream", [&S, stream](std::size_t, httplib::DataSink& SINK) {
+    RES.set_chunked_content_provider("text/event-stream", [&S, stream, open](std::size_t, httplib::DataSink& SINK) {
         std::string out;
         if (stream->sent.empty()) out = lf_greeting(S);
         else std::this_thread::sleep_for(pollPeriod);
@@ -321,6 +333,8 @@ void gf_closeWindowServer()
     s->http.stop();
     if (s->thread.joinable()) s->thread.join();
 }
+
+int gf_pagesOpen() { return pagesOpen; }
 
 int gf_windowPort()
 {

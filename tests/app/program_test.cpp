@@ -4,9 +4,14 @@
 #include "tests/support/eventually.h"
 #include "tests/support/temp_dir.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <pugixml.hpp>
 
+#include <chrono>
 #include <csignal>
+#include <random>
+#include <thread>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -51,6 +56,13 @@ public:
         return WIFEXITED(status) ? static_cast<signed char>(WEXITSTATUS(status)) : -500;
     }
     void terminate() { ::kill(pid_, SIGTERM); }
+    /// Ends it at once, as a crash or a power cut would.
+    void killNow()
+    {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+        exited_ = true;
+    }
     bool started() const { return pid_ > 0; }
 
 private:
@@ -90,12 +102,66 @@ TEST(Program, MakesItsTreeAndParametersAndEndsCleanlyOnSigterm)
         Program tavo;
         ASSERT_TRUE(logHas("downloading dbase failed?"));
         tavo.terminate();
-        EXPECT_EQ(tavo.wait(), 0);
+        EXPECT_EQ(tavo.wait(), 1) << "the reference data could not be had: a system error";
     }
     const std::string parameters = readFile(dir / "home/config/TAVO/parameters.xml");
     EXPECT_NE(parameters.find("name=\"LATERAL_RANGE\" value=\"40\""), std::string::npos);
     for (const char* folder : {"output/info", "output/errors", "airports/learned/stock", "input/my_regcodes"})
         EXPECT_TRUE(fs::is_directory(folder)) << folder;
+}
+
+TEST(Program, AnErrorAtStartUpThatNoPageShowsEndsTheProcessWithItsStatusAndOnStderr)
+{
+    const struct {
+        const char* what;
+        const char* removed; ///< what the program folder lacks
+        int status;
+        const char* told;    ///< on stderr
+    } cases[] = {{"user error", "docs", 2, "Error 41: TAVO must be run from the TAVO folder!\n"},
+                 {"system error", "downloads/dbase.zip", 1, "Error lf_startUpTAVO: sys error 23: "}};
+    for (const auto& c : cases) {
+        TempDir dir;
+        test::makeProgramFolder(dir.path());
+        fs::remove_all(dir / c.removed);
+        const fs::path parameters = dir / "home/config/TAVO/parameters.xml";
+        std::string text = readFile(parameters);
+        text.insert(text.find("</parameters>"), "  <parameter name=\"HEADLESS_WAIT_SECONDS\" value=\"1\"/>\n");
+        test::writeFile(parameters, text);
+        Program tavo(dir / "errors.txt");
+        ASSERT_TRUE(tavo.started());
+        EXPECT_EQ(tavo.wait(), c.status) << c.what;
+        EXPECT_NE(readFile(dir / "errors.txt").find(c.told), std::string::npos) << c.what << ": " << readFile(dir / "errors.txt");
+        EXPECT_NE(readFile("Log.txt").find("Exiting: SYSTEM ERROR"), std::string::npos) << c.what;
+    }
+}
+
+TEST(Program, KilledAtAnyMomentItLeavesItsSettingsAndItsLiveryListWhole)
+{
+    TempDir dir;
+    test::makeProgramFolder(dir.path());
+    const fs::path parameters = dir / "home/config/TAVO/parameters.xml";
+    std::mt19937 random(17);
+    std::uniform_int_distribution<int> momentMs(0, 1500);
+    for (int kill = 0; kill < 12; ++kill) {
+        {
+            Program tavo;
+            ASSERT_TRUE(tavo.started());
+            std::this_thread::sleep_for(std::chrono::milliseconds(momentMs(random))); // the moment is the test
+            if (kill % 3 == 2) tavo.terminate(); // now and then within the stop
+            std::this_thread::sleep_for(std::chrono::milliseconds(momentMs(random) / 10));
+            tavo.killNow();
+        }
+        pugi::xml_document document;
+        ASSERT_TRUE(document.load_file(parameters.c_str())) << "kill " << kill;
+        for (const char* name : {"MSFS_INSTALL_PATH", "DOWNLOAD_URL", "lfolder0", "WINDOW_PORT"})
+            EXPECT_TRUE(document.select_node(fmt::format("/parameters/parameter[@name='{}']", name).c_str()))
+                << name << " lost at kill " << kill;
+        if (fs::exists("output/LiveriesScanned.xml")) {
+            pugi::xml_document liveries;
+            EXPECT_TRUE(liveries.load_file("output/LiveriesScanned.xml") && liveries.child("liveries"))
+                << "kill " << kill;
+        }
+    }
 }
 
 TEST(Program, ALogThatCannotBeKeptEndsWithError40NotAnAbort)

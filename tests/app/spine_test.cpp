@@ -60,6 +60,7 @@ protected:
     void TearDown() override
     {
         ASSERT_TRUE(eventually([] { return !gf_finalExitRunning() && gf_mainThreadsRunning() == 0; }));
+        gf_joinFinalExit();
         sleepScale = 1.0;
         gf_closeLog();
         resetFlags();
@@ -250,6 +251,35 @@ TEST_F(SessionTest, CloseDuringRestartCountdownEndsTheProgramOnce)
     EXPECT_EQ(occurrences(text, "Exiting:"), 1) << "one FinalExit only";
     EXPECT_NE(text.find("User closed"), std::string::npos);
     EXPECT_TRUE(eventually([] { return gf_mainThreadsRunning() == 0; }));
+}
+
+TEST_F(SessionTest, ADamagedStoredLiveryListIsRebuiltByANewScan)
+{
+    const auto scans = [this] { return occurrences(log(), "liveries scan manual starts"); };
+    startProcess();
+    ASSERT_TRUE(waitingForFlight(1));
+    const std::filesystem::path stored = "output/LiveriesScanned.xml";
+    const std::string good = readFile(stored);
+    ASSERT_NE(good.find("<liv "), std::string::npos);
+    const std::pair<const char*, std::string> damages[] = {
+        {"cut in half", good.substr(0, good.size() / 2)},
+        {"empty", ""},
+        {"no liveries section", "<?xml version=\"1.0\"?>\n<meta/>\n"},
+        {"no liveries in it", "<?xml version=\"1.0\"?>\n<liveries/>\n"}};
+    int session = 1;
+    for (const auto& [what, text] : damages) {
+        test::writeFile(stored, text);
+        gf_requestExit(RESTART, 0); // a restart for reason 2: no scan asked for
+        ASSERT_TRUE(waitingForFlight(++session)) << what;
+        EXPECT_EQ(scans(), session) << what << ": rebuilt by a scan";
+        EXPECT_EQ(readFile(stored), good) << what;
+        EXPECT_EQ(readFile("output/LiveriesScanned.damaged.xml"), text) << what << ": set aside";
+        EXPECT_FALSE(SCAN_LIVERIES.value) << what;
+    }
+    EXPECT_EQ(occurrences(log(), "is damaged ("), 4);
+    EXPECT_EQ(log().find("Error 51"), std::string::npos);
+    gf_closeWindow();
+    loop.join();
 }
 
 TEST_F(SessionTest, StartOutsideTheProgramFolderReportsError41)

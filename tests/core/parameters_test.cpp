@@ -54,6 +54,16 @@ protected:
         return node ? node.attribute("value").as_string() : "<absent>";
     }
 
+    /// The text of the one damaged file kept aside; "<none>" or "<several>".
+    static std::string damagedCopy()
+    {
+        std::vector<std::filesystem::path> found;
+        for (const auto& entry : std::filesystem::directory_iterator(userFolder))
+            if (entry.path().filename().string().starts_with("parameters.damaged-")) found.push_back(entry.path());
+        if (found.size() != 1) return found.empty() ? "<none>" : "<several>";
+        return readFile(found.front());
+    }
+
     TempDir dir;
 };
 
@@ -128,7 +138,7 @@ TEST_F(ParametersTest, DamagedFileIsKeptAsideAndReplacedByTheWholeSet)
     lf_readParameters(gf_parameterLists());
     EXPECT_EQ(LATERAL_RANGE.value, 77) << "values in memory are kept, the file gets the defaults";
     EXPECT_EQ(storedValue("LATERAL_RANGE"), "77");
-    EXPECT_EQ(readFile(userFolder / "parameters.damaged.xml"), damaged);
+    EXPECT_EQ(damagedCopy(), damaged);
     AIRPORT_RANGE.value = 25;
     gf_save(AIRPORT_RANGE);
     EXPECT_EQ(storedCount(), fullCount());
@@ -145,7 +155,8 @@ TEST_F(ParametersTest, ASaveWithoutAReadableFileWritesEveryParameter)
     lfolder[1].value = "/my/liveries";
     for (const Case& c : cases) {
         std::filesystem::remove(gf_parametersPath());
-        std::filesystem::remove(userFolder / "parameters.damaged.xml");
+        for (const auto& entry : std::filesystem::directory_iterator(userFolder))
+            if (entry.path().filename().string().starts_with("parameters.damaged")) std::filesystem::remove(entry);
         if (c.text != nullptr) writeFile(gf_parametersPath(), c.text);
         MAX_LIVE.value = 120;
         gf_save(MAX_LIVE);
@@ -153,7 +164,7 @@ TEST_F(ParametersTest, ASaveWithoutAReadableFileWritesEveryParameter)
         EXPECT_EQ(storedValue("MAX_LIVE"), "120") << c.what;
         EXPECT_EQ(storedValue("lfolder1"), "/my/liveries") << c.what;
         if (c.text != nullptr) {
-            EXPECT_EQ(readFile(userFolder / "parameters.damaged.xml"), c.text) << c.what << ": kept aside";
+            EXPECT_EQ(damagedCopy(), c.text) << c.what << ": kept aside";
         }
     }
 }
@@ -202,6 +213,85 @@ TEST_F(ParametersTest, SavesFromManyThreadsAllLand)
             });
     }
     for (const auto& [target, value] : targets) EXPECT_EQ(storedValue(target->name), std::to_string(value));
+}
+
+TEST_F(ParametersTest, ADamagedFileIsKeptAsideAndTheLastGoodCopyTakesItsPlace)
+{
+    gf_openLog("Log.txt");
+    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/><parameter name="RT_LICENSE" value="KEY-1"/>
+<parameter name="LATERAL_RANGE" value="33"/><parameter name="MSFS_INSTALL_PATH" value="/sim/Community"/>
+)");
+    lf_readParameters(gf_parameterLists()); // the first start leaves a good copy
+    const std::string good = readFile(gf_parametersPath());
+    struct Case {
+        const char* what;
+        std::string text;
+        bool goodCopy;
+    } cases[] = {{"cut in half", good.substr(0, good.size() / 2), true},
+                 {"empty", "", true},
+                 {"another root", "<settings/>", true},
+                 {"binary junk", std::string("\0\xff\xfe<par", 6), true},
+                 {"cut, no good copy", good.substr(0, good.size() / 3), false}};
+    for (const Case& c : cases) {
+        for (const auto& entry : std::filesystem::directory_iterator(userFolder))
+            if (entry.path().filename().string().starts_with("parameters.damaged")) std::filesystem::remove(entry);
+        if (!c.goodCopy) std::filesystem::remove(gf_goodCopyPath());
+        writeFile(gf_parametersPath(), c.text);
+        gf_resetParameters();
+        const auto logBefore = readFile("Log.txt").size();
+        lf_readParameters(gf_parameterLists());
+        const std::string log = readFile("Log.txt").substr(logBefore);
+        EXPECT_EQ(damagedCopy(), c.text) << c.what << ": the damaged file is kept under a new name";
+        EXPECT_EQ(log.find("not found"), std::string::npos) << c.what << ": the file is there, only damaged";
+        EXPECT_EQ(RT_LICENSE.value, c.goodCopy ? "KEY-1" : "") << c.what;
+        EXPECT_EQ(LATERAL_RANGE.value, c.goodCopy ? 33 : 40) << c.what;
+        EXPECT_EQ(storedValue("MSFS_INSTALL_PATH"), c.goodCopy ? "/sim/Community" : "") << c.what;
+        EXPECT_NE(log.find(c.goodCopy ? "parameters.xml is damaged; the last good copy from "
+                                      : "parameters.xml is damaged and no good copy is left"),
+                  std::string::npos)
+            << c.what << ": the user is told";
+        EXPECT_NE(log.find("the damaged file is kept as parameters.damaged-"), std::string::npos) << c.what;
+    }
+    std::lock_guard lock(logMutex);
+    logStream.close();
+}
+
+TEST_F(ParametersTest, ANumberThatDoesNotReadKeepsTheValueItHad)
+{
+    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/><parameter name="LATERAL_RANGE" value="33"/>
+)");
+    lf_readParameters(gf_parameterLists());
+    for (const char* typo : {"forty", "", " ", "-", "x12"}) {
+        writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/><parameter name="LATERAL_RANGE" value=")" +
+                        std::string(typo) + "\"/>\n");
+        gf_resetParameters();
+        lf_readParameters(gf_parameterLists());
+        EXPECT_EQ(LATERAL_RANGE.value, 33) << typo << ": the value of the last good copy";
+        EXPECT_EQ(storedValue("LATERAL_RANGE"), "33") << typo << ": the file is mended";
+    }
+    // Without a good copy the value in memory stands, not the minimum.
+    std::filesystem::remove(gf_goodCopyPath());
+    writeParameters(R"(<parameter name="PROGRAM_VERSION" value="10.9.3"/><parameter name="LATERAL_RANGE" value="forty"/>
+)");
+    gf_resetParameters();
+    lf_readParameters(gf_parameterLists());
+    EXPECT_EQ(LATERAL_RANGE.value, 40);
+}
+
+TEST_F(ParametersTest, TheFileIsWrittenOnlyWhenWhatItHoldsChanges)
+{
+    const auto writesOf = [](auto&& STEP) {
+        const auto before = parameterWrites.load();
+        STEP();
+        return parameterWrites.load() - before;
+    };
+    EXPECT_EQ(writesOf([] { lf_readParameters(gf_parameterLists()); }), 1) << "a first start writes the defaults";
+    EXPECT_EQ(writesOf([] { lf_readParameters(gf_parameterLists()); }), 0) << "a second start changes nothing";
+    EXPECT_EQ(writesOf([] { gf_save(LATERAL_RANGE); }), 0) << "the value stored already";
+    LATERAL_RANGE.value = 21;
+    EXPECT_EQ(writesOf([] { gf_save(LATERAL_RANGE); }), 1);
+    EXPECT_EQ(readFile(gf_goodCopyPath()), readFile(gf_parametersPath())) << "the good copy follows each write";
+    EXPECT_FALSE(std::filesystem::exists(gf_parametersPath().string() + ".tmp"));
 }
 
 TEST_F(ParametersTest, WindowPositionOnALimitFallsBackToDefault)

@@ -39,27 +39,40 @@ TEST_F(Client, LoginSharesTheSessionAndLogoutEndsIt)
     EXPECT_EQ(requests("/v4/deauth").at(1)["body"], "GUID=" + guid);
 }
 
-TEST_F(Client, RefusedLoginsRaiseAfterTheirMessageAndOthersLeaveNoSession)
+TEST_F(Client, RefusedLoginsRaiseAfterTheirMessageAndOutagesAreWaitedOut)
 {
-    // The status, what is thrown, and what the window shows.
-    const std::tuple<int, std::string, std::string> cases[] = {
-        {402, "402: ", "The RT server refused the login with status 402: check the license"},
-        {404, "404: ", "The RT server refused the login with status 404: check the license"},
-        {405, "405: ", "More than one RealTraffic session is not possible, do not run the RealTraffic app"},
-        {500, "sys error 500: No RT database connection", ""},
-    };
-    for (const auto& [status, thrown, shown] : cases) {
+    for (int status : {402, 404}) {
+        const std::string shown = fmt::format("The RT server refused the login with status {}: check the license", status);
         fail("auth:" + std::to_string(status));
         try {
             lf_startRt();
             ADD_FAILURE() << status << " was accepted";
-        } catch (const std::exception& e) {
-            EXPECT_EQ(e.what(), thrown + (status == 500 ? "" : shown));
+        } catch (const UserErrorException& e) {
+            EXPECT_EQ(e.what(), std::to_string(status) + ": " + shown);
         }
         EXPECT_EQ(errorText, shown);
         gf_clearError();
     }
     EXPECT_FALSE(gf_rtSessionExists() || rtConnected);
+    // An old session still held (after a crash), an outage of the service: the
+    // login is tried again until it goes through, the user told why.
+    const std::pair<const char*, const char*> waitedOut[] = {
+        {"auth:405:2", "the RT server still holds an earlier session, trying again in "},
+        {"auth:503:2", "The RT server cannot be reached (status 503), trying again in 10 seconds"},
+        {"auth:notjson:1", "The RT server cannot be reached ([json.exception"}};
+    for (const auto& [failure, told] : waitedOut) {
+        {
+            std::lock_guard lock(service->lock);
+            service->state.setup.loginGapSeconds = 0;
+        }
+        fail(failure);
+        EXPECT_NO_THROW(lf_startRt()) << failure;
+        EXPECT_TRUE(gf_rtSessionExists()) << failure;
+        EXPECT_NE(logText().find(told), std::string::npos) << failure;
+        lf_rtDeauth();
+    }
+    EXPECT_TRUE(errorText.empty()) << errorText;
+    EXPECT_NE(logText().find("Logged in to the RT server after 3 tries"), std::string::npos);
     // A login answer without a GUID keeps its placeholder; the first request then fails with the service's status.
     fail(R"(auth:{"status":200})");
     const auto session = login();
@@ -69,9 +82,15 @@ TEST_F(Client, RefusedLoginsRaiseAfterTheirMessageAndOthersLeaveNoSession)
     std::int32_t status = 0;
     EXPECT_EQ(lf_rtTraffic(session->traffic, status), CycleEnd::endLoop);
     EXPECT_EQ(status, 401);
-    // An unreachable service: no session, no exception.
+    // An unreachable service: tried until a stop flag comes up, then no session and no exception.
     gf_stopService(*service);
+    std::thread stopper([this] {
+        EXPECT_TRUE(eventually([this] { return logText().find("Couldn't connect to server), trying again") != std::string::npos; }));
+        exitInProgress = true;
+    });
     EXPECT_NO_THROW(lf_startRt());
+    stopper.join();
+    exitInProgress = false;
     EXPECT_FALSE(gf_rtSessionExists());
     EXPECT_NE(logText().find("Authentication code: "), std::string::npos);
 }
@@ -122,6 +141,8 @@ const AnswerCase answerCases[] = {
     {"traffic", R"({"status":200,"rrl":250,"data":null})", "goOn 200 0 250"},
     {"traffic", "textstatus", "endLoop 100 0 777"}, // a status sent as text counts as missing
     {"traffic", "403", "endLoop 403 0 777"},
+    {"traffic", "500", "goOn 500 0 777", "500 json traffic"}, // a server in trouble is waited out
+    {"traffic", "503", "goOn 503 0 777", "503 json traffic"},
     {"nearestmetar", "", "true 200 EHAM valid"},
     {"nearestmetar", R"({"status":200,"data":[]})", "false 200 "},
     {"nearestmetar", "500", "false 500 ", "500 json nearestmetar Database error"},
@@ -132,6 +153,7 @@ const AnswerCase answerCases[] = {
     {"weather", "406", "goOn 406 0", "406 json weather Too many requests, slow down"},
     {"weather", "empty", "goOn 0 0", "Empty content?, no QNH to be found"},
     {"weather", "403", "endLoop 403 0"},
+    {"weather", "502", "goOn 502 0", "502 json weather"},
     {"parked", "", "true 0"}, // the service parks nothing here
     {"parked", "401", "false 0", "RT Parked traffic: re-authentication to RT API is needed TAVO"},
     {"parked", "403", "false 0", "RT parkedtraffic error status: 403"},
@@ -360,7 +382,6 @@ TEST_P(ReaderEndings, EndTheReaderAndMarkTheSessionFailed)
 INSTANTIATE_TEST_SUITE_P(Statuses, ReaderEndings,
                          ::testing::Values(EndingCase{"traffic:400:1:1", "Traffic RT API: parameter fault"},
                                            EndingCase{"traffic:403:1:1", "Traffic RT API error: 403"},
-                                           EndingCase{"traffic:500:1:1", "Traffic RT API error: 500"},
                                            EndingCase{"traffic:textstatus:1:1", "Traffic RT API error: 100"},
                                            EndingCase{"weather:400", "Weather RT API: parameter fault"},
                                            EndingCase{"nearestmetar:400", "Weather RT API: parameter fault"},
@@ -368,15 +389,18 @@ INSTANTIATE_TEST_SUITE_P(Statuses, ReaderEndings,
 
 TEST_F(Readers, SlowDownsAndSoftFailuresKeepTheReadersGoing)
 {
-    for (const char* failure : {"traffic:406:2", "weather:500", "nearestmetar:406", "traffic:empty:1:3", "traffic:notjson:1:3"})
+    for (const char* failure : {"traffic:406:2", "weather:500", "nearestmetar:406", "traffic:empty:1:3",
+                                "traffic:notjson:1:3", "traffic:500:3:4", "traffic:503:1:9", "weather:502:1:2",
+                                "nearestmetar:504:1:3"})
         fail(failure);
     const auto session = startSession();
-    ASSERT_TRUE(liveAnswers(9));
+    ASSERT_TRUE(liveAnswers(14));
     EXPECT_FALSE(readerFailed);
     EXPECT_TRUE(errorText.empty()) << errorText;
     const std::string log = logText();
     for (const char* line : {"curl traffic msg Too many requests, slow down", "500 json weather Database error",
-                             "406 json nearestmetar", "traffic receive: empty content"})
+                             "406 json nearestmetar", "traffic receive: empty content", "RT service fails (status 500)",
+                             "RT service answers again after 3 failed requests", "502 json weather"})
         EXPECT_NE(log.find(line), std::string::npos) << line;
     EXPECT_EQ(session->traffic.rrl, 250);
     gf_stopReaders();
@@ -422,9 +446,34 @@ TEST_F(Readers, AReaderOfAnEndedSessionReachesNothingOfTheNext)
     EXPECT_EQ(gf_feedSession(), second);
 }
 
+TEST_F(Readers, AnOutageLongerThanTheLimitRestartsTheSessionOnce)
+{
+    const std::int32_t limit = outageRestartMs;
+    outageRestartMs = 1500;
+    const auto session = startSession();
+    ASSERT_TRUE(liveAnswers(1));
+    fail("any:503:0");
+    ASSERT_TRUE(eventually([] { return exitReason == RESTART; }));
+    EXPECT_TRUE(eventually([] { return logText().find("Prepare for a restart") != std::string::npos; }));
+    const std::string log = logText();
+    EXPECT_NE(log.find("seconds (status 503): the session starts again"), std::string::npos);
+    EXPECT_FALSE(readerFailed) << "an outage is no reader failure";
+    EXPECT_EQ(log.find("has stopped with an error"), std::string::npos);
+    // The holds grow while it lasts: never a request inside the pace.
+    expectNoRequestInsideThePaces();
+    outageRestartMs = limit;
+}
+
+TEST(Backoff, DoublesFromThePaceUpToItsBoundAndNeverGoesBelowThePace)
+{
+    for (const auto& [pace, failed, hold] : {std::tuple{2000, 0, 2000}, {2000, 1, 4000}, {2000, 3, 16000},
+                                             {2000, 4, 30000}, {2000, 40, 30000}, {45000, 2, 45000}, {0, 1, 2}})
+        EXPECT_EQ(gf_backoffMs(pace, failed), hold) << pace << " " << failed;
+}
+
 TEST_F(Readers, ReadersOfAFailedLoginEndAtOnce)
 {
-    fail("auth:"); // no JSON: logged, no exception, no session
+    fail("auth:400"); // a parameter fault: no session
     startSession();
     ASSERT_TRUE(eventually([] { return readerFailed.load(); }));
     EXPECT_TRUE(eventually([] { return logText().find("has stopped with an error") != std::string::npos; }));

@@ -122,7 +122,7 @@ TEST_F(LinkTest, ARefusedSimulatorEndsTheClientWithItsError)
     }
 }
 
-TEST_F(LinkWithSim, PauseRunAndQuitOnlyStopAndContinueTheFlight)
+TEST_F(LinkWithSim, PauseAndRunOnlyStopAndContinueTheFlightAQuitOrADropStartsASessionThatWaitsAgain)
 {
     connect();
     sim->control("pause");
@@ -131,10 +131,30 @@ TEST_F(LinkWithSim, PauseRunAndQuitOnlyStopAndContinueTheFlight)
     ASSERT_TRUE(eventually([] { return simRunning.load(); }));
     secondDataReady = false;
     ASSERT_TRUE(eventually([] { return secondDataReady.load(); })); // the tick comes back in the same session
-    sim->control("quit");
-    ASSERT_TRUE(eventually([] { return !simRunning; }));
-    EXPECT_TRUE(gf_clientThreadAlive()); // it keeps dispatching until the session ends
     EXPECT_FALSE(exitInProgress);
+    // Users close and start the simulator all the time: the session ends,
+    // and the next one waits for the simulator and connects to it anew.
+    int restarts = 0;
+    for (const std::string action : {"drop", "quit"}) {
+        exitReason = NOT_YET_SET;
+        sim->control(action);
+        // No requests meanwhile: a refused one could restart the session first.
+        ++restarts;
+        EXPECT_TRUE(eventually([&] { return countInLog("Restarting after 2 seconds") == restarts && !gf_finalExitRunning(); }))
+            << action;
+        EXPECT_EQ(exitReason, RESTART) << action;
+        EXPECT_FALSE(gf_clientThreadAlive()) << action;
+        EXPECT_TRUE(simNotConnected) << action;
+        if (action == "quit") {
+            sim = std::make_unique<SimProcess>(dir.path(), std::vector<std::string>{"--user", "47.0,8.0"});
+            sim->writeConfig(dir.path());
+        }
+        gf_startClientThread(); // what the next session's start-up does
+        ASSERT_TRUE(eventually([] { return simRunning.load(); })) << action;
+        EXPECT_TRUE(eventually([this] { return sim->state()["clients"] == 1; })) << action;
+    }
+    EXPECT_EQ(countInLog("Flight Simulator no longer connected, TAVO waits for it again ..."), 2);
+    EXPECT_EQ(countInLog("Waiting for MSFS 2020 ..."), 3);
 }
 
 TEST_F(LinkWithSim, CreationIsPairedByAtcIdReleasedAndFrozen)
