@@ -54,7 +54,10 @@ void lf_setDue(act& RECORD, double TICKS)
         else
             want = std::max<std::int64_t>(want, due - RECORD.slackBehind);
     }
-    want = std::max<std::int64_t>(want, now + static_cast<std::int64_t>(std::ceil(lf_fewestTicks(RECORD))));
+    // The way onto a stand is ours, not the data's, and ends in a stop long
+    // enough for the nose to come round; a floor on its legs would eat that stop.
+    if (RECORD.phase != Phase::taxiToStand)
+        want = std::max<std::int64_t>(want, now + static_cast<std::int64_t>(std::ceil(lf_fewestTicks(RECORD))));
     // A predicted leg has no window: an absurd one throws rather than wrap
     // round to a time long past.
     next.dueTick = gsl::narrow<std::int32_t>(std::max<std::int64_t>(want, now));
@@ -127,10 +130,15 @@ void lf_timeStop(act& RECORD)
     const TrackPoint& front = RECORD.track[0];
     const TrackPoint& next = RECORD.track[1];
     const double held = std::max(static_cast<double>(next.dueTick - front.dueTick), minLegTicks);
-    // A late aircraft shortens its stops to catch up with the data, but not the
-    // stop on a stand, in which its nose comes round to the stand's heading.
-    const double ticks = RECORD.phase == Phase::taxiToStand ? held : std::max(held - now + front.dueTick, minLegTicks);
-    lf_setDue(RECORD, ticks);
+    if (RECORD.phase == Phase::taxiToStand) {
+        // The stop on a stand keeps its whole length however late the aircraft
+        // is: in it the nose comes round to the stand's heading, and no later
+        // data waits to be caught up with.
+        RECORD.track[1].dueTick = gsl::narrow<std::int32_t>(now + std::llround(held));
+        return;
+    }
+    // A late aircraft shortens its stops to catch up with the data.
+    lf_setDue(RECORD, std::max(held - now + front.dueTick, minLegTicks));
 }
 
 } // namespace
